@@ -1,0 +1,29 @@
+#include "app/options.h"
+
+#include <windows.h>
+#include <shellapi.h>
+
+namespace oru {
+
+UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
+  UninstallOptions options;
+  for (const auto& arg : args) {
+    if (arg == kOptionForce) options.force = true;
+    if (arg == kOptionUnsilentChrome) options.silent_chrome = false;
+    if (arg == kOptionSilentOru) options.silent_oru = true;
+    if (arg == kOptionKeepUserData) options.keep_user_data = true;
+  }
+  return options;
+}
+
+UninstallOptions ParseProcessCommandLine() {
+  int count = 0;
+  wchar_t** argv = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+  if (argv == nullptr) return {};
+  std::vector<std::wstring> args;
+  for (int i = 1; i < count; ++i) args.emplace_back(argv[i]);
+  ::LocalFree(argv);
+  return ParseOptions(args);
+}
+
+}  // namespace oru

@@ -1,0 +1,29 @@
+#pragma once
+
+// The four command-line options. Matching is exact and case-sensitive on the
+// whole argument; anything else on the command line is ignored silently.
+
+#include <string>
+#include <vector>
+
+namespace oru {
+
+inline constexpr wchar_t kOptionForce[] = L"--force";
+inline constexpr wchar_t kOptionUnsilentChrome[] = L"--unsilent-chrome";
+inline constexpr wchar_t kOptionSilentOru[] = L"--silent-oru";
+inline constexpr wchar_t kOptionKeepUserData[] = L"--keep-user-data";
+
+struct UninstallOptions {
+  bool force = false;          // kill a running application
+  bool silent_chrome = true;   // run the browser uninstaller silently
+  bool keep_user_data = false; // keep the browser profile
+  bool silent_oru = false;     // show no message boxes
+};
+
+// args holds the arguments after the program name.
+[[nodiscard]] UninstallOptions ParseOptions(const std::vector<std::wstring>& args);
+
+// Splits the process's own command line; the defaults when it can't be split.
+[[nodiscard]] UninstallOptions ParseProcessCommandLine();
+
+}  // namespace oru

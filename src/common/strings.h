@@ -1,0 +1,40 @@
+#pragma once
+
+// String helpers shared by every subsystem: UTF-16 <-> UTF-8 through the
+// system code-page functions, decimal formatting, and joining.
+
+#include <concepts>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace oru {
+
+// Invalid input is converted with the system's replacement rules; an empty
+// input, or a conversion the system refuses, yields an empty string.
+[[nodiscard]] std::string WideToUtf8(std::wstring_view text);
+[[nodiscard]] std::wstring Utf8ToWide(std::string_view text);
+
+// Decimal text of any integer; negative values carry a leading '-'.
+template <std::integral T>
+[[nodiscard]] std::wstring ToWideDecimal(T value) {
+  return std::to_wstring(value);
+}
+template <std::integral T>
+[[nodiscard]] std::string ToDecimal(T value) {
+  return std::to_string(value);
+}
+
+// Concatenates the parts with nothing in between.
+[[nodiscard]] std::wstring JoinWide(std::initializer_list<std::wstring_view> parts);
+
+// "true" / "false", the boolean texts of event parameters.
+[[nodiscard]] inline const char* BoolText(bool value) { return value ? "true" : "false"; }
+
+// The text after the last backslash, or the whole text when it has none.
+[[nodiscard]] std::wstring_view FileNamePart(std::wstring_view path);
+
+// Case-insensitive comparison of two names, as the file system compares them.
+[[nodiscard]] bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);
+
+}  // namespace oru

@@ -1,0 +1,64 @@
+#pragma once
+
+// The process-wide log. While the uninstaller runs, the log is a UTF-8 file
+// under %TEMP%\OruSetupLogs; every line is also mirrored to the debugger
+// channel. At the end CloseLogFile() closes it and moves it beside the
+// executable. Nothing here ever throws to the caller: the logger's own
+// failures are reported on the debugger channel only.
+
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace oru {
+
+class SetupLogger {
+ public:
+  // The single instance, created on first use.
+  static SetupLogger& Instance();
+
+  SetupLogger(const SetupLogger&) = delete;
+  SetupLogger& operator=(const SetupLogger&) = delete;
+
+  // Opens directory\fileName, truncating it, and writes the BOM and the
+  // header. A second call while the file is open changes nothing.
+  void InitLog(const std::wstring& directory, const std::wstring& fileName);
+
+  // Where CloseLogFile() moves the log; empty leaves it where it is.
+  void SetFinalLogPath(const std::wstring& directory);
+
+  // Writes one timestamped line. Before InitLog and after CloseLogFile the
+  // line reaches the debugger channel only.
+  void LogDebugInter(std::wstring_view message);
+
+  // Closes the file for good, flushes it to disk and relocates it.
+  void CloseLogFile();
+
+  [[nodiscard]] std::string GetLogTagUtf8() const;
+
+  // The path of the log being written; empty before InitLog.
+  [[nodiscard]] std::wstring LogPath();
+
+ private:
+  SetupLogger() = default;
+
+  std::wstring logPath;
+  std::wstring finalLogDir;
+  std::mutex logMutex;
+  std::ofstream logStream;
+  bool isInit = false;
+  std::wstring logTag;
+  mutable std::mutex logTagMutex;
+};
+
+// Creates %TEMP%\OruSetupLogs and opens fileName in it.
+void InitSetupLog(const std::wstring& fileName);
+
+void LogInfo(std::wstring_view message);
+void LogWarning(std::wstring_view message);
+void LogError(std::wstring_view message);
+
+void CloseLogFile();
+
+}  // namespace oru

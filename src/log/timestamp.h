@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace oru {
+
+// Local time as "YYYY-MM-DD hh:mm:ss.mmm " - the trailing blank is part of it
+// and separates the timestamp from what follows in a log line or a header.
+[[nodiscard]] std::wstring GetTimestamp();
+
+}  // namespace oru

@@ -1,0 +1,33 @@
+#include "sys/dll_loader.h"
+
+#include "common/strings.h"
+#include "log/setup_logger.h"
+
+namespace oru {
+
+DllLoader::DllLoader(const std::wstring& path) {
+  if (path.empty()) {
+    LogInfo(L"DllLoader: DLL 名称为空");
+    return;
+  }
+  module_ = ::LoadLibraryW(path.c_str());
+  if (module_ != nullptr) {
+    LogInfo(L"DllLoader: 成功加载 DLL: " + path);
+    return;
+  }
+  const DWORD error = ::GetLastError();
+  LogWarning(JoinWide({L"DllLoader: 加载 DLL 失败: ", path, L", 错误码: ", ToWideDecimal(error)}));
+}
+
+DllLoader::~DllLoader() {
+  if (module_ == nullptr) return;
+  if (::FreeLibrary(module_)) {
+    LogInfo(L"DllLoader: 成功释放 DLL");
+  } else {
+    const DWORD error = ::GetLastError();
+    LogWarning(L"DllLoader: 释放 DLL 失败, 错误码: " + ToWideDecimal(error));
+  }
+  module_ = nullptr;
+}
+
+}  // namespace oru

@@ -1,0 +1,44 @@
+#pragma once
+
+// A real process started by a test, killed when the test ends. Built on the
+// helper_proc program beside the tests.
+
+#include <windows.h>
+
+#include <string>
+
+#include "common/unique_handle.h"
+
+namespace oru::test {
+
+class ChildProcess {
+ public:
+  ChildProcess() = default;
+  ChildProcess(ChildProcess&&) = default;
+  ChildProcess& operator=(ChildProcess&&) = default;
+  ~ChildProcess();
+
+  // Starts `exe` with `args` and waits (up to 10 s) until it has signalled
+  // readiness; invalid() when it could not start or never got ready.
+  static ChildProcess StartHelper(const std::wstring& exe, const std::wstring& args, bool waitReady);
+
+  // A helper holding `file` open with no sharing: moves and deletes fail with 32.
+  static ChildProcess HoldFile(const std::wstring& file);
+  // A helper that sleeps, running under the image name of `exe` (copy
+  // helper_proc.exe there first with CopyHelperAs).
+  static ChildProcess Sleeper(const std::wstring& exe);
+
+  [[nodiscard]] bool valid() const { return process_.valid(); }
+  [[nodiscard]] bool Running() const;
+  [[nodiscard]] DWORD Pid() const { return pid_; }
+  void Kill();
+
+ private:
+  UniqueHandle process_;
+  DWORD pid_ = 0;
+};
+
+// Copies helper_proc.exe to `target` (e.g. dir\oru.stravo.exe) and returns target.
+std::wstring CopyHelperAs(const std::wstring& target);
+
+}  // namespace oru::test

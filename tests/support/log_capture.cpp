@@ -1,0 +1,77 @@
+#include "support/log_capture.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "common/strings.h"
+#include "log/setup_logger.h"
+
+namespace oru::test {
+namespace {
+
+long long FileSize(const std::wstring& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
+  return (static_cast<long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+}
+
+}  // namespace
+
+std::string ReadFileBytes(const std::wstring& path) {
+  std::ifstream in(std::filesystem::path(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+LogCapture::LogCapture() {
+  auto& logger = SetupLogger::Instance();
+  if (logger.LogPath().empty()) {
+    wchar_t temp[MAX_PATH] = {};
+    ::GetTempPathW(MAX_PATH, temp);
+    const std::wstring directory = std::wstring(temp) + L"oru_test_logs";
+    ::CreateDirectoryW(directory.c_str(), nullptr);
+    logger.InitLog(directory, L"test_" + std::to_wstring(::GetCurrentProcessId()) + L".log");
+  }
+  path_ = logger.LogPath();
+  start_ = FileSize(path_);
+}
+
+std::vector<std::wstring> LogCapture::Lines() const {
+  const std::string bytes = ReadFileBytes(path_);
+  std::vector<std::wstring> lines;
+  if (static_cast<long long>(bytes.size()) <= start_) return lines;
+  std::istringstream in(bytes.substr(static_cast<size_t>(start_)));
+  std::string line;
+  while (std::getline(in, line)) {
+    std::wstring wide = Utf8ToWide(line);
+    lines.push_back(wide.size() >= kTimestampLength ? wide.substr(kTimestampLength) : wide);
+  }
+  return lines;
+}
+
+bool LogCapture::Has(std::wstring_view line) const { return Count(line) > 0; }
+
+bool LogCapture::HasFragment(std::wstring_view fragment) const {
+  const auto lines = Lines();
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::wstring& l) { return l.find(fragment) != std::wstring::npos; });
+}
+
+size_t LogCapture::Count(std::wstring_view line) const {
+  const auto lines = Lines();
+  return static_cast<size_t>(std::count(lines.begin(), lines.end(), line));
+}
+
+long LogCapture::IndexOf(std::wstring_view line, size_t from) const {
+  const auto lines = Lines();
+  for (size_t i = from; i < lines.size(); ++i) {
+    if (lines[i] == line) return static_cast<long>(i);
+  }
+  return -1;
+}
+
+}  // namespace oru::test
