@@ -14,10 +14,10 @@ inline constexpr wchar_t kOptionSilentOru[] = L"--silent-oru";
 inline constexpr wchar_t kOptionKeepUserData[] = L"--keep-user-data";
 
 struct UninstallOptions {
-  bool force = false;          // kill a running application
-  bool silent_chrome = true;   // run the browser uninstaller silently
-  bool keep_user_data = false; // keep the browser profile
-  bool silent_oru = false;     // show no message boxes
+  bool force = false;           // kill a running application
+  bool silent_chrome = true;    // run the browser uninstaller silently
+  bool keep_user_data = false;  // keep the browser profile
+  bool silent_oru = false;      // show no message boxes
 };
 
 // args holds the arguments after the program name.

@@ -1,7 +1,7 @@
 #include "log/setup_logger.h"
 
-#include <shlobj.h>
 #include <windows.h>
+#include <shlobj.h>
 
 #include <exception>
 #include <filesystem>
@@ -66,8 +66,8 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     const std::string header = WideToUtf8(kHeader);
     logStream.write(header.data(), static_cast<std::streamsize>(header.size()));
     logStream.flush();
-    Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ",
-           Flag(logStream.fail()), L"\n"});
+    Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()),
+           L"\n"});
 
     if (!logStream.good()) {
       Debug({L"[InitLog] 错误：测试写入失败！\n"});

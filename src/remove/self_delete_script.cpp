@@ -7,8 +7,6 @@ namespace oru {
 // Placeholders until the self-deleting script lands.
 bool NeedsSelfDeleteUninstall(const std::wstring&) { return false; }
 
-void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
-  LogInfo(L"CreateAndRunSelfDeleteDirScript " + dir);
-}
+void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) { LogInfo(L"CreateAndRunSelfDeleteDirScript " + dir); }
 
 }  // namespace oru

@@ -27,7 +27,8 @@ bool VersionInfoReader::Load() {
   const DWORD size = ::GetFileVersionInfoSizeW(path_.c_str(), &handle);
   if (size == 0) {
     const DWORD error = ::GetLastError();
-    LogWarning(JoinWide({L"VersionInfoReader: 无法获取版本信息大小，文件: ", path_, L", 错误码: ", ToWideDecimal(error)}));
+    LogWarning(
+        JoinWide({L"VersionInfoReader: 无法获取版本信息大小，文件: ", path_, L", 错误码: ", ToWideDecimal(error)}));
     return false;
   }
   buffer_.assign(size, 0);
