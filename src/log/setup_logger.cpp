@@ -4,7 +4,6 @@
 #include <shlobj.h>
 
 #include <exception>
-#include <filesystem>
 
 #include "common/strings.h"
 #include "log/debug_output.h"
@@ -49,8 +48,7 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     logStream.clear();
 
     Debug({L"[InitLog] 打开文件（二进制+截断模式，使用UTF-8编码）...\n"});
-    // The runtime opens files deny-none, so the log can be read while we write.
-    logStream.open(std::filesystem::path(fullPath), std::ios::out | std::ios::binary | std::ios::trunc);
+    logStream.open(fullPath, ByteFileStream::Mode::kTruncate);
     if (!logStream.is_open()) {
       Debug({L"[InitLog] 错误：无法打开日志文件: ", fullPath, L"\n"});
       isInit = false;
@@ -64,7 +62,7 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
 
     Debug({L"[InitLog] 写入测试消息...\n"});
     const std::string header = WideToUtf8(kHeader);
-    logStream.write(header.data(), static_cast<std::streamsize>(header.size()));
+    logStream.write(header.data(), header.size());
     logStream.flush();
     Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()),
            L"\n"});
@@ -122,7 +120,7 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
       return;
     }
     const std::string bytes = WideToUtf8(line);
-    logStream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    logStream.write(bytes.data(), bytes.size());
     if (!logStream.good()) Debug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
     // Every line is on disk as soon as it is logged: a crash loses nothing.
     logStream.flush();

@@ -6,10 +6,11 @@
 // executable. Nothing here ever throws to the caller: the logger's own
 // failures are reported on the debugger channel only.
 
-#include <fstream>
 #include <mutex>
 #include <string>
 #include <string_view>
+
+#include "log/byte_file_stream.h"
 
 namespace oru {
 
@@ -46,7 +47,7 @@ class SetupLogger {
   std::wstring logPath;
   std::wstring finalLogDir;
   std::mutex logMutex;
-  std::ofstream logStream;
+  ByteFileStream logStream;
   bool isInit = false;
   std::wstring logTag;
   mutable std::mutex logTagMutex;
