@@ -16,9 +16,11 @@ UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
   return options;
 }
 
-UninstallOptions ParseProcessCommandLine() {
+UninstallOptions ParseProcessCommandLine() { return ParseCommandLine(::GetCommandLineW()); }
+
+UninstallOptions ParseCommandLine(const wchar_t* commandLine) {
   int count = 0;
-  wchar_t** argv = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+  wchar_t** argv = ::CommandLineToArgvW(commandLine, &count);
   if (argv == nullptr) return {};
   std::vector<std::wstring> args;
   for (int i = 1; i < count; ++i) args.emplace_back(argv[i]);

@@ -23,7 +23,11 @@ struct UninstallOptions {
 // args holds the arguments after the program name.
 [[nodiscard]] UninstallOptions ParseOptions(const std::vector<std::wstring>& args);
 
-// Splits the process's own command line; the defaults when it can't be split.
+// Splits a whole command line (program name first) the way the system does;
+// the defaults when it can't be split.
+[[nodiscard]] UninstallOptions ParseCommandLine(const wchar_t* commandLine);
+
+// ParseCommandLine of the process's own command line.
 [[nodiscard]] UninstallOptions ParseProcessCommandLine();
 
 }  // namespace oru
