@@ -69,8 +69,8 @@ const ExitCodeMeaning& MeaningOf(std::uint32_t exitCode) {
 }  // namespace
 
 std::wstring SetupPath(const InstallationRecord& installation) {
-  return JoinWide({installation.install_path, L"\\", installation.pv, L"\\", kInstallerFolderName, L"\\",
-                   kSetupImageName});
+  return JoinWide(
+      {installation.install_path, L"\\", installation.pv, L"\\", kInstallerFolderName, L"\\", kSetupImageName});
 }
 
 std::wstring BrowserLogPath(const InstallationRecord& installation) {

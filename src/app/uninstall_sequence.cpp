@@ -1,4 +1,5 @@
 #include <windows.h>
+// Needs windows.h before it.
 #include <shlwapi.h>
 
 #include <cstdint>

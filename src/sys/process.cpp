@@ -1,6 +1,7 @@
 #include "sys/process.h"
 
 #include <windows.h>
+// Needs windows.h before it.
 #include <tlhelp32.h>
 
 #include <string_view>

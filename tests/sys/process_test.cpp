@@ -1,9 +1,7 @@
 #include "sys/process.h"
 
-#include <windows.h>
-#include <aclapi.h>
-
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include "support/child_process.h"
 #include "support/log_capture.h"
@@ -18,20 +16,6 @@ using test::LogCapture;
 using test::TempDir;
 
 constexpr wchar_t kApp[] = L"oru.stravo.exe";
-
-// Replaces the process's access list with an empty one, so that nobody can
-// open it for termination any more. The test's own handle keeps its rights.
-bool DenyAllAccess(DWORD pid) {
-  HANDLE process = ::OpenProcess(WRITE_DAC, FALSE, pid);
-  if (process == nullptr) return false;
-  ACL emptyAcl{};
-  const bool ok = ::InitializeAcl(&emptyAcl, sizeof(emptyAcl), ACL_REVISION) &&
-                  ::SetSecurityInfo(process, SE_KERNEL_OBJECT,
-                                    DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
-                                    nullptr, &emptyAcl, nullptr) == ERROR_SUCCESS;
-  ::CloseHandle(process);
-  return ok;
-}
 
 TEST(ProcessTest, FindsARunningProcessByItsExactName) {
   TempDir dir;
@@ -94,7 +78,7 @@ TEST(ProcessTest, InstanceThatCannotBeOpenedIsSkipped) {
   TempDir dir;
   ChildProcess guarded = ChildProcess::Sleeper(CopyHelperAs(dir.Child(kApp)));
   ASSERT_TRUE(guarded.Running());
-  ASSERT_TRUE(DenyAllAccess(guarded.Pid()));
+  ASSERT_TRUE(guarded.DenyOpenByOthers());
   LogCapture log;
 
   EXPECT_FALSE(KillProcess(kApp));
