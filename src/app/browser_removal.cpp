@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 
 #include "common/product_keys.h"
@@ -60,10 +61,9 @@ constexpr std::array<ExitCodeMeaning, 13> kExitCodeMeanings{{
 constexpr ExitCodeMeaning kOtherExitCode{0, L"Others exit code!!!", nullptr, nullptr, nullptr, 0, false};
 
 const ExitCodeMeaning& MeaningOf(std::uint32_t exitCode) {
-  for (const auto& meaning : kExitCodeMeanings) {
-    if (meaning.code == exitCode) return meaning;
-  }
-  return kOtherExitCode;
+  const auto found = std::find_if(kExitCodeMeanings.begin(), kExitCodeMeanings.end(),
+                                  [exitCode](const ExitCodeMeaning& meaning) { return meaning.code == exitCode; });
+  return found != kExitCodeMeanings.end() ? *found : kOtherExitCode;
 }
 
 }  // namespace
