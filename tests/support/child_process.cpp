@@ -1,5 +1,7 @@
 #include "support/child_process.h"
 
+#include <aclapi.h>
+
 #include <atomic>
 
 #include "support/test_paths.h"
@@ -46,6 +48,15 @@ void ChildProcess::Kill() {
   ::TerminateProcess(process_.get(), 0);
   ::WaitForSingleObject(process_.get(), 5000);
   process_.reset();
+}
+
+bool ChildProcess::DenyOpenByOthers() {
+  if (!process_.valid()) return false;
+  ACL emptyAcl{};
+  if (!::InitializeAcl(&emptyAcl, sizeof(emptyAcl), ACL_REVISION)) return false;
+  return ::SetSecurityInfo(process_.get(), SE_KERNEL_OBJECT,
+                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                           &emptyAcl, nullptr) == ERROR_SUCCESS;
 }
 
 std::wstring CopyHelperAs(const std::wstring& target) {

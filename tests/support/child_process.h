@@ -32,6 +32,10 @@ class ChildProcess {
   [[nodiscard]] bool Running() const;
   [[nodiscard]] DWORD Pid() const { return pid_; }
   void Kill();
+  // Gives the process an empty access list: from then on nobody can open it
+  // (OpenProcess fails), while this object keeps its own handle's
+  // rights, so Kill() still works. True when applied.
+  bool DenyOpenByOthers();
 
  private:
   UniqueHandle process_;

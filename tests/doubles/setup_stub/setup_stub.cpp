@@ -1,0 +1,79 @@
+// Stands in for the browser component's setup.exe, which tests cannot have.
+// Copy it to <install>\<pv>\Installer\setup.exe. It is configured through
+// environment variables, which it inherits from the uninstaller:
+//
+//   ORU_SETUP_STUB_TRACE         a file to which it appends its own command
+//                                line (GetCommandLineW) as one UTF-8 line
+//                                ending in "\n"; nothing written when unset
+//   ORU_SETUP_STUB_EXIT_CODE     its exit code, unsigned decimal (default 19,
+//                                a successful uninstall)
+//   ORU_SETUP_STUB_REGISTRATION  what it does to the product's uninstall
+//                                registration, the HKCU key
+//                                SOFTWARE\Microsoft\Windows\CurrentVersion
+//                                \Uninstall\Oru.stravo:
+//                                  remove  delete the whole key (default)
+//                                  value   delete only its UninstallString
+//                                  empty   set UninstallString to ""
+//                                  keep    leave it alone
+//   ORU_SETUP_STUB_DELAY_MS      milliseconds to sleep before it does any of
+//                                the above (default 0)
+//
+// Test code only; never shipped.
+
+#include <windows.h>
+
+#include <cwchar>
+#include <string>
+
+namespace {
+
+constexpr wchar_t kRegistrationKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo";
+constexpr wchar_t kUninstallStringValue[] = L"UninstallString";
+
+std::wstring Setting(const wchar_t* name, const wchar_t* fallback) {
+  wchar_t value[1024] = {};
+  const DWORD length = ::GetEnvironmentVariableW(name, value, 1024);
+  if (length == 0 || length >= 1024) return fallback;
+  return value;
+}
+
+void AppendTrace(const std::wstring& tracePath) {
+  const wchar_t* commandLine = ::GetCommandLineW();
+  const int bytes = ::WideCharToMultiByte(CP_UTF8, 0, commandLine, -1, nullptr, 0, nullptr, nullptr);
+  std::string utf8(static_cast<size_t>(bytes > 0 ? bytes : 1), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, commandLine, -1, utf8.data(), bytes, nullptr, nullptr);
+  utf8.resize(utf8.size() - 1);  // the terminator
+  utf8 += '\n';
+  HANDLE file = ::CreateFileW(tracePath.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  DWORD written = 0;
+  ::WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
+  ::CloseHandle(file);
+}
+
+void ChangeRegistration(const std::wstring& mode) {
+  if (mode == L"remove") {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, kRegistrationKey);
+    return;
+  }
+  HKEY key = nullptr;
+  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRegistrationKey, 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS) return;
+  if (mode == L"value") {
+    ::RegDeleteValueW(key, kUninstallStringValue);
+  } else if (mode == L"empty") {
+    const wchar_t empty[] = L"";
+    ::RegSetValueExW(key, kUninstallStringValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(empty), sizeof(empty));
+  }
+  ::RegCloseKey(key);
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+  ::Sleep(static_cast<DWORD>(std::wcstoul(Setting(L"ORU_SETUP_STUB_DELAY_MS", L"0").c_str(), nullptr, 10)));
+  const std::wstring tracePath = Setting(L"ORU_SETUP_STUB_TRACE", L"");
+  if (!tracePath.empty()) AppendTrace(tracePath);
+  ChangeRegistration(Setting(L"ORU_SETUP_STUB_REGISTRATION", L"remove"));
+  return static_cast<int>(std::wcstoul(Setting(L"ORU_SETUP_STUB_EXIT_CODE", L"19").c_str(), nullptr, 10));
+}
