@@ -45,6 +45,7 @@ struct FailureCase {
   const char* what;
   const wchar_t* stub;  // null: no dorvid.dll; empty: garbage bytes
   int code;
+  friend void PrintTo(const FailureCase& c, std::ostream* os) { *os << c.what; }
 };
 
 class DorvidInitFailure : public ::testing::TestWithParam<FailureCase> {};
