@@ -3,11 +3,17 @@
 // The one process-wide telemetry reporter. Every stage of the uninstaller
 // reports named events through it. Until the telemetry library is loaded the
 // events wait in memory, in order, and go out in one batch once it is.
+// It takes no lock: all calls come from the main thread, except a late
+// device-identifier callback, which the library delivers on its own.
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "common/event_params.h"
+#include "sys/dll_loader.h"
+#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 
@@ -23,7 +29,8 @@ class EventReporter {
   EventReporter(const EventReporter&) = delete;
   EventReporter& operator=(const EventReporter&) = delete;
 
-  // Loads the telemetry library from sdkDirectory and sends what is queued.
+  // Loads the telemetry library from sdkDirectory, sets the common
+  // parameters (the device identifier included) and sends what is queued.
   // True when already initialised; false (logged) when the library is
   // missing or unusable, in which case events stay queued.
   bool Init(const std::wstring& sdkDirectory);
@@ -31,16 +38,37 @@ class EventReporter {
   // Sends one event, or queues it while the library is not ready. Never fails.
   void Report(const std::string& eventName, const EventParams& params);
 
-  // Stops the library; later events are queued and never sent.
+  // Stops and frees the library; later events are queued and never sent.
+  // Does nothing unless initialised.
   void Uninit();
 
   // Events waiting for the library, oldest first.
   [[nodiscard]] const std::vector<PendingEvent>& PendingEvents() const { return pending_; }
 
  private:
-  EventReporter() = default;
+  EventReporter();
 
+  void SetCommonParams();
+  void SendPendingEvents();
+  // Milliseconds since the start tick, or 0 while no start tick is set.
+  [[nodiscard]] std::uint32_t Elapsed() const;
+  // "\n    key = value" for every common parameter in use.
+  [[nodiscard]] std::string CommonParamsDump() const;
+
+  std::unique_ptr<DllLoader> library_;
+  bool initialized_ = false;
+  std::wstring sdk_directory_;
+  std::string platform_;
+  std::string hardware_os_;
+  std::string version_;
+  std::string launch_channel_;
+  std::string install_mode_;
+  tavrin::CommonParamTable common_params_{};
+  std::uint32_t common_param_count_ = 0;
   std::vector<PendingEvent> pending_;
+  // Nothing sets it in this program, so elapsed figures read 0 and no
+  // "elapsed_time_ms" is sent; the rule stays for a caller that sets it.
+  std::uint32_t start_tick_ = 0;
 };
 
 }  // namespace oru

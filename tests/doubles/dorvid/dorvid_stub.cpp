@@ -1,0 +1,126 @@
+// Stand-in for the closed device-identifier library: exports a1, b and c with
+// the same arguments, each call written to the trace named by
+// ORU_DORVID_TRACE. `b` answers with the identifier in ORU_DORVID_D36 and
+// fails while that is unset. Variants:
+//   DORVID_STUB_A1_FAILS  a1 refuses to start;
+//   DORVID_STUB_ASYNC     c answers from a thread of its own with the
+//                         identifier in ORU_DORVID_ASYNC_D36, then signals the
+//                         event named by ORU_DORVID_DONE_EVENT.
+// Without DORVID_STUB_ASYNC, c answers at once on the caller's thread.
+
+#include <windows.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "trace/trace_writer.h"
+
+namespace {
+
+using oru::doubles::TraceWriter;
+
+constexpr std::int32_t kResultSize = 70;
+constexpr std::size_t kD36Size = 64;
+
+using ResultCallback = void (*)(const void* result);
+using LogCallback = void (*)(const char* text);
+
+TraceWriter Trace() { return TraceWriter(L"ORU_DORVID_TRACE"); }
+
+std::string Environment(const wchar_t* name) {
+  wchar_t value[256] = {};
+  const DWORD length = ::GetEnvironmentVariableW(name, value, 256);
+  if (length == 0 || length >= 256) return {};
+  char narrow[512] = {};
+  ::WideCharToMultiByte(CP_UTF8, 0, value, -1, narrow, sizeof(narrow), nullptr, nullptr);
+  return narrow;
+}
+
+// A result record: the identifier, then six bytes the library owns.
+void FillResult(unsigned char* result, const std::string& d36) {
+  std::memset(result, 0, kResultSize);
+  std::memcpy(result, d36.data(), d36.size() < kD36Size - 1 ? d36.size() : kD36Size - 1);
+  for (int i = 0; i < 6; ++i) result[kD36Size + i] = static_cast<unsigned char>(0xA0 + i);
+}
+
+#ifdef DORVID_STUB_ASYNC
+struct AsyncRequest {
+  ResultCallback callback;
+  std::string d36;
+};
+
+DWORD WINAPI AnswerLater(void* parameter) {
+  auto* request = static_cast<AsyncRequest*>(parameter);
+  unsigned char result[kResultSize];
+  FillResult(result, request->d36);
+  Trace().Line("callback" + TraceWriter::ThreadArg());
+  request->callback(result);
+  Trace().Line("callback-returned" + TraceWriter::ThreadArg());
+  const std::string eventName = Environment(L"ORU_DORVID_DONE_EVENT");
+  if (!eventName.empty()) {
+    HANDLE done = ::OpenEventA(EVENT_MODIFY_STATE, FALSE, eventName.c_str());
+    if (done != nullptr) {
+      ::SetEvent(done);
+      ::CloseHandle(done);
+    }
+  }
+  delete request;
+  return 0;
+}
+#endif
+
+}  // namespace
+
+extern "C" {
+
+__declspec(dllexport) std::int32_t
+    a1(const char* appKey, LogCallback log, const char* channel, const char* json, const char* version, bool flag) {
+  TraceWriter trace = Trace();
+  trace.Line(std::string("call a1 log_callback=") + (log != nullptr ? "set" : "null") +
+             " flag=" + (flag ? "true" : "false") + TraceWriter::ThreadArg());
+  trace.Text("app_key", appKey);
+  trace.Text("channel", channel);
+  trace.Text("json", json);
+  trace.Text("version", version);
+  if (log != nullptr) log("stub a1 called");
+#ifdef DORVID_STUB_A1_FAILS
+  return 2;
+#else
+  return 0;
+#endif
+}
+
+__declspec(dllexport) std::int32_t b(const char* appKey, void* buffer, std::int32_t size) {
+  TraceWriter trace = Trace();
+  trace.Line("call b size=" + std::to_string(size) + TraceWriter::ThreadArg());
+  trace.Text("app_key", appKey);
+  const std::string d36 = Environment(L"ORU_DORVID_D36");
+  if (d36.empty() || buffer == nullptr || size < kResultSize) return 1;
+  FillResult(static_cast<unsigned char*>(buffer), d36);
+  return 0;
+}
+
+__declspec(dllexport) std::int32_t c(const char* appKey, ResultCallback callback) {
+  TraceWriter trace = Trace();
+  trace.Line(std::string("call c callback=") + (callback != nullptr ? "set" : "null") + TraceWriter::ThreadArg());
+  trace.Text("app_key", appKey);
+  if (callback == nullptr) return 1;
+#ifdef DORVID_STUB_ASYNC
+  std::string d36 = Environment(L"ORU_DORVID_ASYNC_D36");
+  auto* request = new AsyncRequest{callback, d36.empty() ? "async-stub-d36" : d36};
+  HANDLE thread = ::CreateThread(nullptr, 0, AnswerLater, request, 0, nullptr);
+  if (thread == nullptr) {
+    delete request;
+    return 1;
+  }
+  ::CloseHandle(thread);
+#else
+  unsigned char result[kResultSize];
+  FillResult(result, Environment(L"ORU_DORVID_D36"));
+  callback(result);
+#endif
+  return 0;
+}
+
+}  // extern "C"

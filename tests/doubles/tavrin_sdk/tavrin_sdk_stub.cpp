@@ -1,0 +1,90 @@
+// Stand-in for the closed telemetry library: the same five exports with the
+// same arguments, each call written to the trace named by ORU_TAVRIN_TRACE.
+// Records are decoded here from their documented byte offsets, independently
+// of the uninstaller's own structures, so a layout mistake shows as a
+// mismatch instead of agreeing with itself. Built with
+// TAVRIN_STUB_NO_DEVICE_ID it lacks TV_GetTavrinDeviceId.
+
+#include <windows.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "trace/trace_writer.h"
+
+namespace {
+
+using oru::doubles::TraceWriter;
+
+constexpr std::size_t kParamSize = 4352;
+constexpr std::size_t kParamValueOffset = 256;
+constexpr std::size_t kConfigSize = 1168;
+
+TraceWriter Trace() { return TraceWriter(L"ORU_TAVRIN_TRACE"); }
+
+std::string Field(const unsigned char* base, std::size_t offset, std::size_t size) {
+  return "\"" + TraceWriter::Escape(TraceWriter::FieldText(reinterpret_cast<const char*>(base + offset), size)) + "\"";
+}
+
+std::int32_t Int32At(const unsigned char* base, std::size_t offset) {
+  std::int32_t value = 0;
+  std::memcpy(&value, base + offset, sizeof(value));
+  return value;
+}
+
+void TraceRecords(TraceWriter& trace, const void* records, std::uint32_t count) {
+  if (records == nullptr) return;
+  const auto* base = static_cast<const unsigned char*>(records);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const unsigned char* record = base + i * kParamSize;
+    trace.Line("record " + std::to_string(i) + " key=" + Field(record, 0, kParamValueOffset) +
+               " value=" + Field(record, kParamValueOffset, kParamSize - kParamValueOffset));
+    trace.Bytes("record" + std::to_string(i), record, kParamSize);
+  }
+}
+
+}  // namespace
+
+extern "C" {
+
+__declspec(dllexport) int TV_InitSDK(const void* config) {
+  TraceWriter trace = Trace();
+  trace.Line("call TV_InitSDK" + TraceWriter::ThreadArg());
+  if (config == nullptr) return -1;
+  const auto* c = static_cast<const unsigned char*>(config);
+  trace.Line("config app_key=" + Field(c, 0, 256) + " int256=" + std::to_string(Int32At(c, 256)) + " os_version=" +
+             Field(c, 260, 128) + " app_version=" + Field(c, 388, 128) + " config_version=" + Field(c, 516, 128) +
+             " int644=" + std::to_string(Int32At(c, 644)) + " data_directory=" + Field(c, 648, 512) +
+             " int1160=" + std::to_string(Int32At(c, 1160)) + " int1164=" + std::to_string(Int32At(c, 1164)));
+  trace.Bytes("config", c, kConfigSize);
+  return 0;
+}
+
+__declspec(dllexport) void TV_UninitSDK() { Trace().Line("call TV_UninitSDK" + TraceWriter::ThreadArg()); }
+
+__declspec(dllexport) int TV_Report(const char* eventCode, const void* records, std::uint32_t count,
+                                    std::int32_t reserved) {
+  TraceWriter trace = Trace();
+  trace.Line("call TV_Report count=" + std::to_string(count) + " reserved=" + std::to_string(reserved) +
+             TraceWriter::ThreadArg());
+  trace.Text("code", eventCode);
+  TraceRecords(trace, records, count);
+  return 0;
+}
+
+__declspec(dllexport) int TV_SetCommonParams(const void* records, std::uint32_t count) {
+  TraceWriter trace = Trace();
+  trace.Line("call TV_SetCommonParams count=" + std::to_string(count) + TraceWriter::ThreadArg());
+  TraceRecords(trace, records, count);
+  return 0;
+}
+
+#ifndef TAVRIN_STUB_NO_DEVICE_ID
+__declspec(dllexport) const char* TV_GetTavrinDeviceId() {
+  Trace().Line("call TV_GetTavrinDeviceId" + TraceWriter::ThreadArg());
+  return "tv-stub-device";
+}
+#endif
+
+}  // extern "C"
