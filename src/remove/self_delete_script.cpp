@@ -1,7 +1,8 @@
 #include "remove/self_delete_script.h"
 
-#include <shellapi.h>
 #include <windows.h>
+// shellapi.h needs windows.h first.
+#include <shellapi.h>
 
 #include <cstdio>
 
