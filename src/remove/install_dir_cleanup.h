@@ -11,8 +11,20 @@
 
 namespace oru {
 
+// True only when the installation directory holds exactly the folders
+// "uninstall" and one other, that other holds only "Installer", and that holds
+// only "setup.exe" (names compared case-sensitively). Every reason for false
+// is logged; nothing is changed.
+[[nodiscard]] bool CheckInstallDirMinimalState(const InstallationRecord& installation);
+
 // Removes the leftover setup.exe and the version folder when the directory
 // is in its minimal state; otherwise leaves everything in place. Logged only.
+// The "uninstall" folder and the installation directory itself stay.
 void CleanupInstallationDirectory(const InstallationRecord& installation);
+
+// Removes the folder that held filePath if it is now empty, then each empty
+// folder above it, stopping at the first that still holds anything. A folder
+// that will not go is handed to DeleteDirectoryMultiProcess. Logged only.
+void DeleteEmptyParentDirectory(const std::wstring& filePath);
 
 }  // namespace oru

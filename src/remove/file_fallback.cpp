@@ -1,0 +1,180 @@
+#include "remove/file_fallback.h"
+
+#include <windows.h>
+
+#include <cstdlib>
+
+#include "common/strings.h"
+#include "log/setup_logger.h"
+
+namespace oru {
+namespace {
+
+constexpr std::wstring_view kMovingToTemp = L"Moving file to temp and scheduling deletion: ";
+constexpr std::wstring_view kDeletedDirectly = L"Successfully deleted file directly: ";
+constexpr std::wstring_view kCannotDeleteDirectly = L"Cannot delete file directly, error: ";
+constexpr std::wstring_view kTryingMoveToTemp = L", trying to move to temp";
+constexpr std::wstring_view kDetectedLogFile = L"Detected log file, attempting to close any open handles";
+constexpr std::wstring_view kTempExistsDeleting = L"Temp file already exists, deleting: ";
+constexpr std::wstring_view kFailedDeleteExistingTemp = L"Failed to delete existing temp file: ";
+constexpr std::wstring_view kRetryAttempt = L"Retry attempt ";
+constexpr std::wstring_view kToMoveFile = L" to move file: ";
+constexpr std::wstring_view kMovedToTemp = L"Successfully moved file to temp: ";
+constexpr std::wstring_view kScheduledTempDeletion = L"Scheduled temp file deletion on reboot: ";
+constexpr std::wstring_view kFailedScheduleTempDeletion = L"Failed to schedule temp file deletion on reboot: ";
+constexpr std::wstring_view kAttempt = L"Attempt ";
+constexpr std::wstring_view kFailedToMoveFile = L" failed to move file: ";
+constexpr std::wstring_view kFailedAfterAllRetries = L"Failed to move file to temp after all retries: ";
+constexpr std::wstring_view kScheduledOriginal = L"Scheduled original file deletion on reboot: ";
+constexpr std::wstring_view kFailedScheduleFile = L"Failed to schedule file deletion on reboot: ";
+constexpr std::wstring_view kArrow = L" -> ";
+constexpr std::wstring_view kErrorSuffix = L", error: ";
+
+constexpr std::wstring_view kNoTempPath = L"Failed to get temp path, using current directory";
+constexpr std::wstring_view kGeneratedName = L"Generated temp file name: ";
+constexpr std::wstring_view kGeneratedManual = L"Generated temp file name (manual): ";
+constexpr std::wstring_view kGeneratedFallback = L"Generated temp file name (fallback): ";
+constexpr wchar_t kTempPrefix[] = L"oru_del_";
+constexpr std::wstring_view kFallbackPrefix = L"oru_del_fallback_";
+
+constexpr std::wstring_view kScheduling = L"Scheduling for deletion on reboot: ";
+constexpr std::wstring_view kScheduled = L"Successfully scheduled for deletion on reboot: ";
+constexpr std::wstring_view kFailedSchedule = L"Failed to schedule for deletion on reboot: ";
+
+constexpr std::wstring_view kLogMarker = L".log";
+constexpr DWORD kLogFilePauseMs = 100;
+constexpr DWORD kRetryStepMs = 200;
+constexpr int kMaxMoveAttempts = 5;
+constexpr int kNamePasses = 10;
+
+unsigned long SystemTick() { return ::GetTickCount(); }
+int SystemRandom() { return std::rand(); }
+
+TickSource g_tick = SystemTick;
+RandomSource g_random = SystemRandom;
+
+bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+// Only these two mean "someone still has it open"; anything else will not
+// change by waiting.
+bool IsInUseError(DWORD error) { return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED; }
+
+}  // namespace
+
+std::wstring ManualTempDeleteName(const std::wstring& directory, unsigned long tick, int random,
+                                  const std::wstring& baseName) {
+  return JoinWide({directory, L"\\", kTempPrefix, ToWideDecimal(tick), L"_", ToWideDecimal(random), L"_", baseName});
+}
+
+std::wstring FallbackTempDeleteName(const std::wstring& directory, unsigned long tick, const std::wstring& baseName) {
+  return JoinWide({directory, L"\\", kFallbackPrefix, ToWideDecimal(tick), L"_", baseName});
+}
+
+void SetTempNameSourcesForTesting(TickSource tick, RandomSource random) {
+  g_tick = tick != nullptr ? tick : SystemTick;
+  g_random = random != nullptr ? random : SystemRandom;
+}
+
+std::wstring GenerateTempDeleteName(const std::wstring& path) {
+  wchar_t buffer[MAX_PATH] = {};
+  std::wstring directory;
+  if (::GetTempPathW(MAX_PATH, buffer) == 0) {
+    LogInfo(kNoTempPath);
+    directory = L".";
+  } else {
+    directory = buffer;
+  }
+  const std::wstring baseName(FileNamePart(path));
+
+  for (int pass = 0; pass < kNamePasses; ++pass) {
+    wchar_t systemName[MAX_PATH] = {};
+    if (::GetTempFileNameW(directory.c_str(), kTempPrefix, 0, systemName) != 0) {
+      if (!Exists(systemName)) {
+        LogInfo(JoinWide({kGeneratedName, systemName}));
+        return systemName;
+      }
+      // The call creates the file it names; an empty placeholder must not
+      // stay behind in the user's temporary directory.
+      ::DeleteFileW(systemName);
+    }
+    std::wstring manual = ManualTempDeleteName(directory, g_tick(), g_random(), baseName);
+    if (!Exists(manual)) {
+      LogInfo(JoinWide({kGeneratedManual, manual}));
+      return manual;
+    }
+  }
+  std::wstring fallback = FallbackTempDeleteName(directory, g_tick(), baseName);
+  LogInfo(JoinWide({kGeneratedFallback, fallback}));
+  return fallback;
+}
+
+bool DeleteFileWithFallback(const std::wstring& path) {
+  LogInfo(JoinWide({kMovingToTemp, path}));
+  if (::DeleteFileW(path.c_str())) {
+    LogInfo(JoinWide({kDeletedDirectly, path}));
+    return true;
+  }
+  const DWORD deleteError = ::GetLastError();
+  LogInfo(JoinWide({kCannotDeleteDirectly, ToWideDecimal(deleteError), kTryingMoveToTemp}));
+
+  // Our own log may still be open in this process or a child: a short pause
+  // has proved enough for such handles to go, so nothing more is attempted.
+  if (path.size() >= kLogMarker.size() && path.find(kLogMarker) != std::wstring::npos) {
+    LogInfo(kDetectedLogFile);
+    ::Sleep(kLogFilePauseMs);
+  }
+
+  std::wstring temp = GenerateTempDeleteName(path);
+  if (Exists(temp)) {
+    LogInfo(JoinWide({kTempExistsDeleting, temp}));
+    if (!::DeleteFileW(temp.c_str())) {
+      const DWORD error = ::GetLastError();
+      LogInfo(JoinWide({kFailedDeleteExistingTemp, temp, kErrorSuffix, ToWideDecimal(error)}));
+      temp = GenerateTempDeleteName(path);
+    }
+  }
+
+  for (int attempt = 0;;) {
+    if (attempt > 0) {
+      LogInfo(JoinWide({kRetryAttempt, ToWideDecimal(attempt), kToMoveFile, path}));
+      ::Sleep(static_cast<DWORD>(attempt) * kRetryStepMs);
+    }
+    if (::MoveFileW(path.c_str(), temp.c_str())) {
+      LogInfo(JoinWide({kMovedToTemp, temp}));
+      // Once the file has left its place the job is done, whether or not the
+      // copy in the temporary directory will ever be removed.
+      if (::MoveFileExW(temp.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+        LogInfo(JoinWide({kScheduledTempDeletion, temp}));
+      } else {
+        LogInfo(JoinWide({kFailedScheduleTempDeletion, temp}));
+      }
+      return true;
+    }
+    const DWORD error = ::GetLastError();
+    LogInfo(JoinWide({kAttempt, ToWideDecimal(attempt + 1), kFailedToMoveFile, path, kArrow, temp, kErrorSuffix,
+                      ToWideDecimal(error)}));
+    ++attempt;
+    if (!IsInUseError(error) || attempt >= kMaxMoveAttempts) break;
+  }
+
+  LogInfo(JoinWide({kFailedAfterAllRetries, path, kArrow, temp}));
+  if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+    LogInfo(JoinWide({kScheduledOriginal, path}));
+    return true;
+  }
+  LogInfo(JoinWide({kFailedScheduleFile, path}));
+  return false;
+}
+
+bool ScheduleDeleteOnReboot(const std::wstring& path) {
+  LogInfo(JoinWide({kScheduling, path}));
+  if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+    LogInfo(JoinWide({kScheduled, path}));
+    return true;
+  }
+  const DWORD error = ::GetLastError();
+  LogInfo(JoinWide({kFailedSchedule, path, kErrorSuffix, ToWideDecimal(error)}));
+  return false;
+}
+
+}  // namespace oru

@@ -1,0 +1,49 @@
+#pragma once
+
+// Deleting a file or directory from outside the uninstaller's own process:
+// a hidden cmd.exe first, a hidden PowerShell second, each with a time limit,
+// and the target's absence checked after each, since a child's exit code
+// alone proves nothing.
+
+#include <windows.h>
+
+#include <string>
+
+namespace oru {
+
+// What a child process is run for, as it appears in log lines.
+inline constexpr wchar_t kDeleteFileOperation[] = L"delete file";
+inline constexpr wchar_t kDeleteDirectoryOperation[] = L"delete directory";
+
+inline constexpr DWORD kDeleteFileTimeoutMs = 5000;
+inline constexpr DWORD kDeleteDirectoryTimeoutMs = 10000;
+
+// The child's failure value: it could not be started, or it timed out.
+inline constexpr DWORD kChildFailed = 0xFFFFFFFF;
+
+// The two command lines tried for one target. The target goes in unescaped:
+// an apostrophe in it breaks the PowerShell command, a double quote both.
+struct DeletionCommands {
+  std::wstring cmd;
+  std::wstring powerShell;
+};
+[[nodiscard]] DeletionCommands FileDeletionCommands(const std::wstring& path);
+[[nodiscard]] DeletionCommands DirectoryDeletionCommands(const std::wstring& dir);
+
+// Runs commandLine hidden, waiting at most timeoutMs. Returns its exit code,
+// or kChildFailed when it could not start or had to be terminated (logged).
+DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const std::wstring& operation);
+
+// Tries cmdCommand, then powerShellCommand. True when one of them exited 0
+// and target no longer exists afterwards.
+bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
+                                   const std::wstring& target, DWORD timeoutMs, const std::wstring& operation);
+
+// Deletes a file through child processes; on success also removes the
+// folders the deletion left empty. True when the file is verified gone.
+bool DeleteFileMultiProcess(const std::wstring& path);
+
+// Deletes a directory tree through child processes; the outcome is logged only.
+void DeleteDirectoryMultiProcess(const std::wstring& dir);
+
+}  // namespace oru
