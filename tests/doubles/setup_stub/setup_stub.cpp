@@ -15,6 +15,12 @@
 //                                  value   delete only its UninstallString
 //                                  empty   set UninstallString to ""
 //                                  keep    leave it alone
+//   ORU_SETUP_STUB_REMOVE_FILES  "1": remove the product's files as the real
+//                                uninstaller does - everything in the
+//                                installation directory except the
+//                                "uninstall" folder and this running
+//                                program itself, which stays behind as
+//                                <pv>\Installer\setup.exe
 //   ORU_SETUP_STUB_DELAY_MS      milliseconds to sleep before it does any of
 //                                the above (default 0)
 //
@@ -23,6 +29,8 @@
 #include <windows.h>
 
 #include <cwchar>
+#include <filesystem>
+#include <vector>
 #include <string>
 
 namespace {
@@ -68,6 +76,27 @@ void ChangeRegistration(const std::wstring& mode) {
   ::RegCloseKey(key);
 }
 
+// Removes every entry of `dir` except those named `keep` and `alsoKeep`.
+void RemoveAllBut(const std::filesystem::path& dir, const std::wstring& keep, const std::wstring& alsoKeep = {}) {
+  std::error_code ec;
+  std::vector<std::filesystem::path> doomed;
+  for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) {
+    const std::wstring name = entry.path().filename().wstring();
+    if (name != keep && name != alsoKeep) doomed.push_back(entry.path());
+  }
+  for (const auto& path : doomed) std::filesystem::remove_all(path, ec);
+}
+
+void RemoveProductFiles() {
+  wchar_t self[MAX_PATH] = {};
+  ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+  const std::filesystem::path installer = std::filesystem::path(self).parent_path();
+  const std::filesystem::path version = installer.parent_path();
+  RemoveAllBut(installer, std::filesystem::path(self).filename().wstring());
+  RemoveAllBut(version, installer.filename().wstring());
+  RemoveAllBut(version.parent_path(), version.filename().wstring(), L"uninstall");
+}
+
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
@@ -75,5 +104,6 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   const std::wstring tracePath = Setting(L"ORU_SETUP_STUB_TRACE", L"");
   if (!tracePath.empty()) AppendTrace(tracePath);
   ChangeRegistration(Setting(L"ORU_SETUP_STUB_REGISTRATION", L"remove"));
+  if (Setting(L"ORU_SETUP_STUB_REMOVE_FILES", L"") == L"1") RemoveProductFiles();
   return static_cast<int>(std::wcstoul(Setting(L"ORU_SETUP_STUB_EXIT_CODE", L"19").c_str(), nullptr, 10));
 }
