@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/strings.h"
+#include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
@@ -115,6 +116,15 @@ TEST(WorkspaceDiskSpace, AsksForTheDriveRootOrForAPathWithoutDriveWhole) {
   EXPECT_EQ(asked, L"\\\\server\\share\\folder");
 }
 
+TEST(WorkspaceDiskSpace, TheSystemFigureIsReadAndAnUnknownVolumeFails) {
+  LogCapture log;
+  TempDirectoryManager manager;
+  EXPECT_TRUE(manager.CheckDiskSpace(SystemTemp(), 0));
+  EXPECT_TRUE(log.HasFragment(kDiskSpacePassed));
+  EXPECT_FALSE(manager.CheckDiskSpace(L"\\\\nowhere\\missing\\folder", 0));
+  EXPECT_TRUE(log.HasFragment(kFreeSpaceQueryFailed));
+}
+
 TEST_F(WorkspaceTest, ExactlyTheThresholdIsEnoughForTheSystemTemporaryFolder) {
   TempDirectoryManager manager(SystemDriveHas(kThreshold));
   ASSERT_TRUE(manager.Initialize(kRequired, false));
@@ -154,6 +164,20 @@ TEST_F(WorkspaceTest, NoPlaceWorkingFailsAndLeavesNothingToStage) {
   EXPECT_TRUE(log.Has(L"[ERROR] 无法创建临时目录，所有策略都失败"));
   EXPECT_FALSE(manager.CopyTavrinFiles(test::BinDir()));
   EXPECT_TRUE(log.Has(L"[ERROR] TempDirectoryManager 未初始化"));
+}
+
+TEST_F(WorkspaceTest, AWorkspaceStillInUseAtExitIsLeftForALaterRun) {
+  TempDirectoryManager manager(SystemDriveHas(kPlenty));
+  ASSERT_TRUE(manager.Initialize(kRequired, false));
+  const std::wstring loaded = manager.GetTavrinDirectory() + L"\\tavrin_sdk.dll";
+  ASSERT_TRUE(WriteFileAt(loaded));
+  auto holder = test::ChildProcess::HoldFile(loaded);
+  ASSERT_TRUE(holder.Running());
+
+  manager.Cleanup();
+  EXPECT_TRUE(Exists(loaded));
+  EXPECT_TRUE(log.Has(L"[WARNING] " + (kCleanupFailed + Place1())));
+  holder.Kill();
 }
 
 TEST_F(WorkspaceTest, ASecondInitializeChangesNothing) {
