@@ -152,7 +152,6 @@ int RunUninstaller() {
     LogInfo(L"Failed to initialize temp directory manager");
     EventReporter::GetInstance().Report("uninstall_failed", {{"reason", "temp_dir_init_failed"}});
     workspace.reset();
-    CloseLogFile();
     return 1;
   }
 

@@ -3,14 +3,30 @@
 // Moves the finished log beside the executable, so that each run's log
 // survives the temporary folder, and records where it went. Runs once, from
 // CloseLogFile(), with the log already closed: everything here reports on the
-// debugger channel only.
+// debugger channel only. Nothing here throws.
 
 #include <string>
+#include <string_view>
 
 namespace oru {
 
 // Moves tempLogPath into finalLogDir, or appends it to a log of the same name
-// already there. Never throws.
+// already there, then records the final path in the registry. When neither
+// the move nor a copy works, the log stays where it is and nothing is recorded.
 void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath);
+
+// Appends tempLogPath to targetPath under a "New Session" header, without the
+// temporary log's byte-order mark, and deletes tempLogPath. On failure the
+// temporary log is kept. True when the content was appended.
+bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath);
+
+// Writes targetPath under HKCU\SOFTWARE\Oru.stravo, in the value that
+// LogPathValueName(logFileName) names.
+void RecordLogPathInRegistry(const std::wstring& logFileName, const std::wstring& targetPath);
+
+// "OruInstallLogPath" when the name has at least 7 characters and contains
+// "install" anywhere - "oru_uninstall.log" included, deliberately - and
+// "OruUninstallLogPath" otherwise.
+[[nodiscard]] const wchar_t* LogPathValueName(std::wstring_view logFileName);
 
 }  // namespace oru

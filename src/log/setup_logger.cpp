@@ -133,7 +133,7 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
 
 void SetupLogger::CloseLogFile() {
   try {
-    std::lock_guard lock(logMutex);
+    std::unique_lock lock(logMutex);
     std::wstring closedPath;
     if (logStream.is_open()) {
       logStream.flush();
@@ -150,7 +150,10 @@ void SetupLogger::CloseLogFile() {
         ::CloseHandle(file);
       }
     }
-    if (!finalLogDir.empty() && !closedPath.empty()) MoveLogToFinalPath(finalLogDir, closedPath);
+    const std::wstring finalDirectory = finalLogDir;
+    // Relocation logs through the registry writer, which takes logMutex again: release it first (the file is closed).
+    lock.unlock();
+    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath);
   } catch (...) {
     Debug({L"CloseLogFile: Exception occurred while closing log file\n"});
   }

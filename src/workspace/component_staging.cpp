@@ -1,0 +1,102 @@
+// Copies the telemetry library and its companions out of the installation
+// into the workspace, so that they can be loaded while the installation is
+// being deleted.
+
+#include <windows.h>
+
+#include <array>
+#include <string_view>
+
+#include "common/strings.h"
+#include "log/setup_logger.h"
+#include "workspace/temp_directory_manager.h"
+#include "workspace/workspace_texts.h"
+
+namespace oru {
+namespace {
+
+using namespace workspace_text;
+
+// In the order they are copied. The list follows the installation layout;
+// change it here and nowhere else.
+constexpr std::array<std::wstring_view, 5> kStagedFiles{
+    L"tavrin_sdk.dll",        // telemetry library
+    L"dorvid.dll",            // device identity
+    L"crellix_logger.dll",    // crash logging, used by the telemetry library
+    L"vantor.dll",            // configuration, used by the telemetry library
+    L"client_extension.dll",  // extension, used by the telemetry library
+};
+
+// Any two files are enough to try the telemetry library: which two is not
+// checked, deliberately; a missing library fails later, in the loader.
+constexpr unsigned kMinimumCopied = 2;
+constexpr int kCopyAttempts = 3;
+constexpr DWORD kRetryWaitStepMs = 100;  // 100 ms before the 2nd attempt, 200 ms before the 3rd
+
+}  // namespace
+
+bool TempDirectoryManager::CopyTavrinFiles(const std::wstring& sourceDirectory) {
+  LogInfo(kStagingStart);
+  LogInfo(kStagingSource + sourceDirectory);
+  LogInfo(kStagingTarget + std::wstring(tavrinDir));
+  if (!initialized) {
+    LogError(kStagingNotInitialized);
+    return false;
+  }
+  const DWORD sourceAttributes = ::GetFileAttributesW(sourceDirectory.c_str());
+  if (sourceAttributes == INVALID_FILE_ATTRIBUTES || (sourceAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    LogError(kStagingSourceMissing + sourceDirectory);
+    return false;
+  }
+
+  unsigned copied = 0;
+  unsigned failed = 0;
+  for (const std::wstring_view name : kStagedFiles) {
+    const std::wstring source = JoinWide({sourceDirectory, L"\\", name});
+    const std::wstring destination = JoinWide({tavrinDir, L"\\", name});
+    // A missing file is neither a success nor a failure.
+    if (::GetFileAttributesW(source.c_str()) == INVALID_FILE_ATTRIBUTES) {
+      LogWarning(kStagingFileMissing + source);
+      continue;
+    }
+    LogInfo(JoinWide({kStagingCopying, source, kStagingArrow, destination}));
+    if (CopyFileWithRetry(source, destination)) {
+      LogInfo(kStagingCopied);
+      ++copied;
+    } else {
+      LogError(kStagingCopyFailed);
+      ++failed;
+    }
+  }
+  LogInfo(JoinWide(
+      {kStagingSummary, ToWideDecimal(copied), kStagingSummaryFailures, ToWideDecimal(failed), kStagingSummaryEnd}));
+  if (copied >= kMinimumCopied) return true;
+  LogError(kStagingTooFew);
+  return false;
+}
+
+bool TempDirectoryManager::CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
+  for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
+    if (attempt > 1) {
+      LogInfo(JoinWide({kRetryStart, ToWideDecimal(attempt), kRetryEnd}));
+      ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
+    }
+    // A copy left read-only by an earlier attempt would refuse to be overwritten.
+    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
+      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
+      ::DeleteFileW(destination.c_str());
+    }
+    DWORD error = ERROR_SUCCESS;
+    if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
+      const DWORD attributes = ::GetFileAttributesW(destination.c_str());
+      error = ::GetLastError();
+      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return true;
+    } else {
+      error = ::GetLastError();
+    }
+    LogInfo(kCopyFailed + ToWideDecimal(error));
+  }
+  return false;
+}
+
+}  // namespace oru
