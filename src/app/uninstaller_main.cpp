@@ -4,6 +4,7 @@
 #include <shellscalingapi.h>
 #include <shlwapi.h>
 
+#include <cwchar>
 #include <memory>
 
 #include "app/options.h"
@@ -27,6 +28,18 @@ constexpr wchar_t kBanner[] = L"================== Oru.stravo Uninstaller ======
 constexpr std::uint64_t kWorkspaceRequiredBytes = 0x9600000;  // 150 MiB
 constexpr DWORD kReportDeliveryWaitMs = 1000;
 constexpr DWORD kLibraryUnloadWaitMs = 500;
+constexpr std::wstring_view kKeptLogFolderPrefix = L"kept_";
+constexpr std::wstring_view kLogKeptOutside = L"Log kept outside the directory being removed: ";
+
+// Local time as yyyyMMdd_hhmmss_mmm, for a folder name of its own.
+std::wstring GetTimestampForName() {
+  SYSTEMTIME now{};
+  ::GetLocalTime(&now);
+  wchar_t buffer[32] = {};
+  std::swprintf(buffer, 32, L"%04u%02u%02u_%02u%02u%02u_%03u", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
+                now.wSecond, now.wMilliseconds);
+  return buffer;
+}
 
 // The uninstaller's own directory, or empty when its path is unavailable or
 // would not fit MAX_PATH (GetModuleFileNameW truncates silently).
@@ -114,12 +127,33 @@ void ListRemainingContents(const std::wstring& installPath) {
   } while (::FindNextFileW(find.get(), &entry));
 }
 
-void RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath) {
+bool IsInsideDirectory(const std::wstring& path, const std::wstring& directory) {
+  return path.size() > directory.size() && path[directory.size()] == L'\\' &&
+         EqualsIgnoreCase(std::wstring_view(path).substr(0, directory.size()), directory);
+}
+
+// The log normally ends beside the uninstaller. When the script is about to
+// remove the directory the uninstaller lives in, the log would go with it:
+// it is kept in a folder of its own next to the run-time log instead, and the
+// registry records that place as usual.
+void KeepLogOutOf(const std::wstring& doomedDirectory, const std::wstring& ownDirectory) {
+  if (!IsInsideDirectory(ownDirectory, doomedDirectory) && !EqualsIgnoreCase(ownDirectory, doomedDirectory)) return;
+  const std::wstring runLog = SetupLogger::Instance().LogPath();
+  const size_t slash = runLog.rfind(L'\\');
+  if (slash == std::wstring::npos) return;
+  const std::wstring keptDirectory =
+      runLog.substr(0, slash) + L"\\" + std::wstring(kKeptLogFolderPrefix) + GetTimestampForName();
+  LogInfo(std::wstring(kLogKeptOutside) + keptDirectory);
+  SetupLogger::Instance().SetFinalLogPath(keptDirectory);
+}
+
+void RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownDirectory) {
   LogInfo(L"检查是否需要自毁卸载，安装路径: " + installPath);
   if (NeedsSelfDeleteUninstall(installPath)) {
     LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     CreateAndRunSelfDeleteDirScript(installPath);
     LogInfo(L"自毁脚本已启动（延迟2秒后执行）");
+    KeepLogOutOf(installPath, ownDirectory);
     return;
   }
   LogInfo(L"❌ 不需要自毁卸载！安装目录下还有其他文件或文件夹");
@@ -166,7 +200,7 @@ int RunUninstaller() {
   }
 
   StopTelemetry();
-  RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path);
+  RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path, ownDirectory);
 
   LogInfo(L"Exiting uninstaller, temp directory will be cleaned up...");
   workspace.reset();

@@ -1,15 +1,13 @@
 #include "log/log_relocation.h"
 
-#include <shlobj.h>
 #include <windows.h>
+#include <shlobj.h>
 
 #include <algorithm>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "common/product_keys.h"
+#include "log/byte_file_stream.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
 #include "log/timestamp.h"
@@ -49,14 +47,13 @@ void RecordLogPathInRegistry(const std::wstring& logFileName, const std::wstring
 bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath) {
   Debug({L"Target log file exists, appending content...\n"});
   try {
-    // The runtime opens files deny-none, as a log being read elsewhere needs.
-    std::ifstream source(std::filesystem::path(tempLogPath), std::ios::in | std::ios::binary);
-    if (!source.is_open()) {
+    ByteFileStream source;
+    if (!source.open(tempLogPath, ByteFileStream::Mode::kRead)) {
       Debug({L"Failed to open temp file for reading\n"});
       return false;
     }
-    std::ofstream target(std::filesystem::path(targetPath), std::ios::out | std::ios::binary | std::ios::app);
-    if (!target.is_open()) {
+    ByteFileStream target;
+    if (!target.open(targetPath, ByteFileStream::Mode::kAppend)) {
       Debug({L"Failed to open target file for appending\n"});
       return false;
     }
@@ -64,16 +61,18 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
     // The target already starts with a byte-order mark; a second one in the
     // middle of the file would show up as a stray character.
     char head[3] = {};
-    source.read(head, 3);
-    if (source.gcount() != 3 || !std::equal(head, head + 3, kUtf8Bom)) {
+    if (source.read(head, 3) != 3 || !std::equal(head, head + 3, kUtf8Bom)) {
       source.clear();
-      source.seekg(0);
+      source.seek_to_start();
     }
 
     const std::string header = WideToUtf8(JoinWide({kSessionHeaderStart, GetTimestamp(), kSessionHeaderEnd}));
-    target.write(header.data(), static_cast<std::streamsize>(header.size()));
-    std::copy(std::istreambuf_iterator<char>(source), std::istreambuf_iterator<char>(),
-              std::ostreambuf_iterator<char>(target));
+    target.write(header.data(), header.size());
+    char buffer[16384];
+    while (source.good()) {
+      const std::size_t got = source.read(buffer, sizeof(buffer));
+      if (got > 0) target.write(buffer, got);
+    }
     target.flush();
     const bool written = target.good();
     target.close();

@@ -97,7 +97,7 @@ void EventReporter::SetCommonParams() {
   const EventParams common{{kPlatformKey, platform_},  {kHardwareOsKey, hardware_os_},
                            {kVersionKey, version_},    {kLaunchChannelKey, launch_channel_},
                            {kD36Key, WideToUtf8(d36)}, {kIsSetupKey, kIsSetupValue}};
-  tavrin::SetCommonParams(common, common_params_, common_param_count_);
+  tavrin::SetCommonParams(common, *common_params_, common_param_count_);
   LogInfo(kCommonSucceeded);
 }
 
@@ -105,7 +105,7 @@ std::uint32_t EventReporter::Elapsed() const { return start_tick_ != 0 ? ::GetTi
 
 std::string EventReporter::CommonParamsDump() const {
   std::string dump;
-  for (const tavrin::ParamRecord& record : common_params_) {
+  for (const tavrin::ParamRecord& record : *common_params_) {
     if (record.key[0] == '\0') continue;
     AppendDump(dump, std::string(record.key, strnlen(record.key, sizeof(record.key))),
                std::string(record.value, strnlen(record.value, sizeof(record.value))));

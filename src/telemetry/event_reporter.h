@@ -63,7 +63,8 @@ class EventReporter {
   std::string version_;
   std::string launch_channel_;
   std::string install_mode_;
-  tavrin::CommonParamTable common_params_{};
+  // On the heap: 87 KB of zeros would otherwise be stored in the executable.
+  std::unique_ptr<tavrin::CommonParamTable> common_params_ = std::make_unique<tavrin::CommonParamTable>();
   std::uint32_t common_param_count_ = 0;
   std::vector<PendingEvent> pending_;
   // Nothing sets it in this program, so elapsed figures read 0 and no

@@ -1,0 +1,166 @@
+#include "staged_install.h"
+
+#include <shlobj.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "support/test_paths.h"
+
+namespace oru::test {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr wchar_t kProductKey[] = L"SOFTWARE\\Oru.stravo";
+constexpr wchar_t kRegistrationKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo";
+constexpr wchar_t kClassesKey[] = L"SOFTWARE\\Classes\\orustravo";
+constexpr wchar_t kMakerKey[] = L"SOFTWARE\\Kelvane\\oru.stravo";
+constexpr wchar_t kUnrelatedKey[] = L"SOFTWARE\\Kelvane\\other.product";
+constexpr char kSentinelText[] = "not the product's: must survive\n";
+
+std::wstring LocalAppData() {
+  wchar_t path[MAX_PATH] = {};
+  ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path);
+  return path;
+}
+
+void WriteText(const std::wstring& path, const std::string& text) {
+  fs::create_directories(fs::path(path).parent_path());
+  std::ofstream(fs::path(path), std::ios::binary) << text;
+}
+
+void Copy(const std::wstring& from, const std::wstring& to) {
+  fs::create_directories(fs::path(to).parent_path());
+  ::CopyFileW(from.c_str(), to.c_str(), FALSE);
+}
+
+void DeleteProductKeys() {
+  for (const wchar_t* key : {kProductKey, kRegistrationKey, kClassesKey, kMakerKey, kUnrelatedKey}) {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, key);
+  }
+}
+
+}  // namespace
+
+bool KeyExists(const std::wstring& subKey) {
+  HKEY key = nullptr;
+  if (::RegOpenKeyExW(HKEY_CURRENT_USER, subKey.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+  ::RegCloseKey(key);
+  return true;
+}
+
+std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name) {
+  wchar_t buffer[2048] = {};
+  DWORD size = sizeof(buffer) - sizeof(wchar_t);
+  if (::RegGetValueW(HKEY_CURRENT_USER, subKey.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, nullptr, buffer,
+                     &size) != ERROR_SUCCESS) {
+    return {};
+  }
+  return buffer;
+}
+
+void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value) {
+  ::RegSetKeyValueW(HKEY_CURRENT_USER, subKey.c_str(), name.c_str(), REG_SZ, value.c_str(),
+                    static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+}
+
+StagedInstall::StagedInstall(const StageOptions& options) {
+  productRoot_ = LocalAppData() + L"\\Oru.stravo";
+  installPath = options.installPath.empty() ? productRoot_ + L"\\Application" : options.installPath;
+  pv = options.pv;
+  versionDir = installPath + L"\\" + pv;
+  setupExe = versionDir + L"\\Installer\\setup.exe";
+  uninstallDir = installPath + L"\\uninstall";
+  exe = uninstallDir + L"\\oru_uninstall.exe";
+  sentinelBeside_ = fs::path(installPath).parent_path().wstring() + L"\\sentinel_beside.txt";
+  sentinelAbove_ = fs::path(installPath).parent_path().parent_path().wstring() + L"\\sentinel_above.txt";
+  setupTrace_ = traces_.Child(L"setup_trace.txt");
+  tavrinTrace_ = traces_.Child(L"tavrin_trace.txt");
+  dorvidTrace_ = traces_.Child(L"dorvid_trace.txt");
+
+  RemoveTree(installPath);
+  DeleteProductKeys();
+
+  Copy(BinFile(L"oru_uninstall.exe"), exe);
+  if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
+  if (!options.tavrinLibrary.empty()) Copy(BinFile(options.tavrinLibrary), versionDir + L"\\tavrin_sdk.dll");
+  if (options.dorvidLibrary) Copy(BinFile(L"dorvid.dll"), versionDir + L"\\dorvid.dll");
+  for (const wchar_t* companion : {L"crellix_logger.dll", L"vantor.dll", L"client_extension.dll"}) {
+    WriteText(versionDir + L"\\" + companion, "companion library stand-in\n");
+  }
+  WriteText(versionDir + L"\\resources\\locale\\zh-CN.pak", "browser component file\n");
+  WriteText(sentinelBeside_, kSentinelText);
+  WriteText(sentinelAbove_, kSentinelText);
+
+  if (options.registryValues) {
+    SetValue(kProductKey, L"OruInstallPath", installPath);
+    SetValue(kProductKey, L"pv", pv);
+  }
+  SetValue(kRegistrationKey, L"UninstallString", L"\"" + exe + L"\"");
+  SetValue(kClassesKey, L"URL Protocol", L"");
+  SetValue(kMakerKey, L"channel", L"default");
+  SetValue(kUnrelatedKey, L"keep", L"this key is not the product's");
+}
+
+StagedInstall::~StagedInstall() {
+  RemoveTree(installPath);
+  DeleteProductKeys();
+  ::DeleteFileW(sentinelBeside_.c_str());
+  ::DeleteFileW(sentinelAbove_.c_str());
+}
+
+RunResult StagedInstall::Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env) {
+  std::map<std::wstring, std::wstring> all{
+      {L"ORU_SETUP_STUB_TRACE", setupTrace_}, {L"ORU_TAVRIN_TRACE", tavrinTrace_}, {L"ORU_DORVID_TRACE", dorvidTrace_}};
+  for (const auto& [name, value] : env) all[name] = value;
+  for (const auto& [name, value] : all) ::SetEnvironmentVariableW(name.c_str(), value.c_str());
+
+  RunResult result;
+  std::wstring commandLine = L"\"" + exe + L"\" " + args;
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION info{};
+  const DWORD start = ::GetTickCount();
+  if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, uninstallDir.c_str(), &startup,
+                       &info)) {
+    ::WaitForSingleObject(info.hProcess, 90000);
+    ::GetExitCodeProcess(info.hProcess, &result.exitCode);
+    ::CloseHandle(info.hThread);
+    ::CloseHandle(info.hProcess);
+  }
+  result.elapsedMs = ::GetTickCount() - start;
+  for (const auto& entry : all) ::SetEnvironmentVariableW(entry.first.c_str(), nullptr);
+  return result;
+}
+
+std::wstring StagedInstall::FinalLogPath() const { return ReadValue(kProductKey, L"OruInstallLogPath"); }
+
+std::string StagedInstall::FinalLog() const {
+  const std::wstring path = FinalLogPath();
+  return path.empty() ? std::string() : ReadFileBytes(path);
+}
+
+std::string StagedInstall::ReadFileBytes(const std::wstring& path) {
+  std::ifstream in(fs::path(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+bool StagedInstall::SentinelsIntact() const {
+  return ReadFileBytes(sentinelBeside_) == kSentinelText && ReadFileBytes(sentinelAbove_) == kSentinelText &&
+         ReadValue(kUnrelatedKey, L"keep") == L"this key is not the product's";
+}
+
+std::vector<std::wstring> StagedInstall::Remaining(const std::wstring& relative) const {
+  std::vector<std::wstring> entries;
+  std::error_code ec;
+  const fs::path dir = relative.empty() ? fs::path(installPath) : fs::path(installPath + L"\\" + relative);
+  for (const auto& entry : fs::directory_iterator(dir, ec)) {
+    entries.push_back((entry.is_directory() ? L"[DIR] " : L"[FILE] ") + entry.path().filename().wstring());
+  }
+  std::sort(entries.begin(), entries.end());
+  return entries;
+}
+
+}  // namespace oru::test

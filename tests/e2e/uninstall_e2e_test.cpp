@@ -1,0 +1,267 @@
+// The uninstaller as its users meet it: staged installation, real process,
+// outcome checked from outside (exit code, log, registry, files, what crossed
+// into the stand-ins).
+
+#include <gtest/gtest.h>
+
+#include <shlobj.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "staged_install.h"
+#include "support/child_process.h"
+#include "support/test_paths.h"
+
+namespace oru::test {
+namespace {
+
+constexpr wchar_t kProductKey[] = L"SOFTWARE\\Oru.stravo";
+constexpr wchar_t kRegistrationKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo";
+constexpr wchar_t kClassesKey[] = L"SOFTWARE\\Classes\\orustravo";
+constexpr wchar_t kMakerKey[] = L"SOFTWARE\\Kelvane\\oru.stravo";
+
+using Env = std::map<std::wstring, std::wstring>;
+
+Env SetupExits(unsigned code, const wchar_t* registration) {
+  return {{L"ORU_SETUP_STUB_EXIT_CODE", std::to_wstring(code)}, {L"ORU_SETUP_STUB_REGISTRATION", registration}};
+}
+
+bool Has(const std::string& text, const std::string& fragment) { return text.find(fragment) != std::string::npos; }
+
+size_t CountOf(const std::string& text, const std::string& fragment) {
+  size_t count = 0;
+  for (size_t at = text.find(fragment); at != std::string::npos; at = text.find(fragment, at + 1)) ++count;
+  return count;
+}
+
+std::string Utf8(const std::wstring& text) {
+  std::string out(
+      static_cast<size_t>(::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr)), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, out.data(), static_cast<int>(out.size()), nullptr, nullptr);
+  out.pop_back();
+  return out;
+}
+
+// Common checks of every run: exit code 0, a log that tells this run, and
+// nothing outside the product touched.
+void ExpectOrderlyRun(const StagedInstall& install, const RunResult& run) {
+  EXPECT_EQ(run.exitCode, 0u);
+  const std::string log = install.FinalLog();
+  EXPECT_EQ(log.rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u) << Utf8(install.FinalLogPath());
+  EXPECT_TRUE(Has(log, "================== Oru.stravo Uninstaller =================="));
+  EXPECT_TRUE(Has(log, "Exiting uninstaller, temp directory will be cleaned up..."));
+  EXPECT_TRUE(install.SentinelsIntact());
+}
+
+TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUninstaller) {
+  StagedInstall install;
+  const RunResult run = install.Run(L"", SetupExits(19, L"remove"));
+  ExpectOrderlyRun(install, run);
+
+  const std::string log = install.FinalLog();
+  EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
+  for (const char* line :
+       {"初始化成功，开始卸载！", "setup.exe exitCode: 19", "Chrome uninstall success!", "oru should delete !!!",
+        "卸载成功！", "Tavrin SDK initialized successfully from temp directory"}) {
+    EXPECT_TRUE(Has(log, line)) << line;
+  }
+  EXPECT_FALSE(KeyExists(kClassesKey));
+  EXPECT_FALSE(KeyExists(kMakerKey));
+  EXPECT_TRUE(KeyExists(kProductKey));
+  EXPECT_EQ(install.SetupTrace(),
+            Utf8(L"\"" + install.setupExe +
+                 L"\" --uninstall --force-uninstall --verbose-logging --enable-logging "
+                 L"--log-file=\"" +
+                 install.installPath + L"\\uninstall\\chrome_uninstall.log\" --delete-profile\n"));
+  const std::string telemetry = install.TavrinTrace();
+  for (const char* event : {"uninstall_started", "uninstall_tavrin_initialized", "uninstall_begin",
+                            "uninstall_registry_done", "uninstall_completed"}) {
+    EXPECT_TRUE(Has(telemetry, event)) << event;
+  }
+}
+
+TEST(EndToEnd, EveryRowOfTheDecisionTable) {
+  struct Row {
+    const char* name;
+    bool setupExe;
+    bool setupRunning;
+    const wchar_t* registration;
+    std::vector<std::string> lines;
+    bool keysRemoved;
+  };
+  const Row rows[] = {
+      {"setup.exe missing",
+       false,
+       false,
+       L"remove",
+       {"没有找到 setup.exe 文件", "setup.exe 文件缺失", "卸载失败！"},
+       false},
+      {"setup.exe running", true, true, L"remove", {"setup.exe 正在运行！", "卸载失败！"}, false},
+      {"registration removed", true, false, L"remove", {"oru should delete !!!", "卸载成功！"}, true},
+      {"registration emptied", true, false, L"empty", {"oru should delete !!!", "卸载成功！"}, true},
+      {"registration kept", true, false, L"keep", {"oru shouldn't delete !!!!!!!", "卸载失败！"}, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    StageOptions options;
+    options.setupExe = row.setupExe;
+    StagedInstall install(options);
+    ChildProcess runningSetup;
+    if (row.setupRunning) {
+      TempDir elsewhere;
+      runningSetup = ChildProcess::Sleeper(CopyHelperAs(elsewhere.Child(L"setup.exe")));
+      ASSERT_TRUE(runningSetup.valid());
+      const RunResult run = install.Run(L"--silent-oru", SetupExits(19, row.registration));
+      ExpectOrderlyRun(install, run);
+      EXPECT_EQ(CountOf(install.FinalLog(), "setup.exe 被其他进程占用\n"), 2u);
+      runningSetup.Kill();
+    } else {
+      ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, row.registration)));
+    }
+    const std::string log = install.FinalLog();
+    for (const auto& line : row.lines) EXPECT_TRUE(Has(log, line)) << line;
+    EXPECT_EQ(KeyExists(kClassesKey), !row.keysRemoved);
+    EXPECT_EQ(KeyExists(kMakerKey), !row.keysRemoved);
+    EXPECT_EQ(Has(install.TavrinTrace(), "uninstall_failed"), !row.keysRemoved);
+  }
+}
+
+TEST(EndToEnd, OptionsReachTheBrowserUninstallerAndTheLog) {
+  StagedInstall install;
+  ExpectOrderlyRun(install,
+                   install.Run(L"--unsilent-chrome --keep-user-data --silent-oru --FORCE", SetupExits(19, L"remove")));
+  const std::string trace = install.SetupTrace();
+  EXPECT_FALSE(Has(trace, "--force-uninstall"));
+  EXPECT_FALSE(Has(trace, "--delete-profile"));
+  EXPECT_TRUE(Has(trace, "--uninstall --verbose-logging --enable-logging --log-file="));
+  const std::string log = install.FinalLog();
+  for (const char* line :
+       {"是否自动关闭 oru: 0", "Chrome 卸载器是否弹窗: 1", "是否保留用户数据: 1", "Oru 卸载器是否弹窗: 0"}) {
+    EXPECT_TRUE(Has(log, line)) << line;
+  }
+}
+
+TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
+  TempDir appDir;
+  const std::wstring app = CopyHelperAs(appDir.Child(L"oru.stravo.exe"));
+  {
+    StagedInstall install;
+    ChildProcess running = ChildProcess::Sleeper(app);
+    ASSERT_TRUE(running.Running());
+    ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
+    EXPECT_TRUE(running.Running());
+    EXPECT_TRUE(Has(install.FinalLog(), "oru.stravo.exe is running. Please close it first or use --force."));
+    EXPECT_TRUE(Has(install.FinalLog(), "卸载成功！"));
+  }
+  {
+    StagedInstall install;
+    ChildProcess running = ChildProcess::Sleeper(app);
+    ExpectOrderlyRun(install, install.Run(L"--silent-oru --force", SetupExits(19, L"remove")));
+    EXPECT_FALSE(running.Running());
+    EXPECT_TRUE(Has(install.FinalLog(), "Successfully killed process: oru.stravo.exe"));
+    EXPECT_TRUE(Has(install.TavrinTrace(), "uninstall_stop_app_done"));
+  }
+}
+
+TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
+  StagedInstall install;
+  const RunResult run = install.Run(L"--silent-oru", {{L"ORU_SETUP_STUB_EXIT_CODE", L"20"},
+                                                      {L"ORU_SETUP_STUB_REGISTRATION", L"remove"},
+                                                      {L"ORU_SETUP_STUB_REMOVE_FILES", L"1"}});
+  ExpectOrderlyRun(install, run);
+  const std::string log = install.FinalLog();
+  for (const char* line : {"chrome 卸载失败", "Installation directory is in minimal state, safe to cleanup",
+                           "Successfully deleted version directory: ", "✅ 需要自毁卸载！开始执行自毁脚本...",
+                           "自毁脚本已启动（延迟2秒后执行）"}) {
+    EXPECT_TRUE(Has(log, line)) << line;
+  }
+  // The script waits 2 s, then empties the installation directory (Wine
+  // keeps the emptied directory the script ran from; Windows removes it).
+  // Under Wine the shell takes up to ~20 s to get the script going.
+  std::vector<std::wstring> left;
+  for (int i = 0; i < 400; ++i) {
+    left = install.Remaining();
+    if (left.empty()) break;
+    ::Sleep(100);
+  }
+  EXPECT_TRUE(left.empty()) << left.size();
+  // The log was kept out of the directory the script removes, and the
+  // registry says where.
+  EXPECT_FALSE(install.FinalLogPath().starts_with(install.installPath));
+  EXPECT_TRUE(Has(install.FinalLog(), "Log kept outside the directory being removed: "));
+  EXPECT_TRUE(Has(install.FinalLog(), "chrome 卸载失败"));
+}
+
+TEST(EndToEnd, MissingRegistryValuesEndTheSequenceEarlyWithALoggedReason) {
+  StageOptions options;
+  options.registryValues = false;
+  StagedInstall install(options);
+  const RunResult run = install.Run(L"--silent-oru");
+  EXPECT_EQ(run.exitCode, 0u);
+  EXPECT_TRUE(install.SentinelsIntact());
+  EXPECT_TRUE(install.SetupTrace().empty());
+  EXPECT_TRUE(KeyExists(kClassesKey));
+  EXPECT_TRUE(KeyExists(kRegistrationKey));
+  const std::string log = install.FinalLog();
+  EXPECT_TRUE(Has(log, "Could not find required installation information in the registry (OruInstallPath or pv)."));
+  EXPECT_TRUE(Has(log, "卸载器初始化失败！"));
+}
+
+TEST(EndToEnd, MissingOrIncompleteTelemetryLibraryLeavesEventsQueuedAndTheUninstallGoesOn) {
+  struct Case {
+    const wchar_t* library;
+    const char* line;
+  };
+  for (const Case& c : {Case{L"", "加载 SDK 失败! dll 路径："},
+                        Case{L"tavrin_sdk_no_device_id.dll", "获取 Tavrin SDK 函数指针失败!"}}) {
+    StageOptions options;
+    options.tavrinLibrary = c.library;
+    StagedInstall install(options);
+    ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
+    const std::string log = install.FinalLog();
+    EXPECT_TRUE(Has(log, c.line)) << c.line;
+    EXPECT_TRUE(Has(log, "Failed to initialize Tavrin SDK"));
+    EXPECT_TRUE(Has(log, "卸载成功！"));
+    EXPECT_FALSE(Has(install.TavrinTrace(), "TV_Report"));
+  }
+}
+
+TEST(EndToEnd, TwoRunsInARowAppendTheSecondLogUnderASessionHeader) {
+  StagedInstall install;
+  ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(21, L"keep")));
+  ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
+  const std::string log = install.FinalLog();
+  EXPECT_EQ(CountOf(log, "\xEF\xBB\xBF"), 1u);
+  EXPECT_EQ(CountOf(log, "=== ORU Setup Log ===\n"), 2u);
+  EXPECT_EQ(CountOf(log, "\n========== New Session: "), 1u);
+  EXPECT_LT(log.find("User cancels Chrome uninstallation!"), log.find("New Session"));
+  EXPECT_GT(log.find("卸载成功！"), log.find("New Session"));
+}
+
+TEST(EndToEnd, StaleWorkspacesOfOtherProcessesAreRemoved) {
+  wchar_t temp[MAX_PATH] = {};
+  ::GetTempPathW(MAX_PATH, temp);
+  wchar_t localAppData[MAX_PATH] = {};
+  ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData);
+  TempDir scratch;  // only for its helpers' clean-up of what survives
+  const std::wstring staleTemp = std::wstring(temp) + L"OruSetup_99999";
+  const std::wstring staleLocal = std::wstring(localAppData) + L"\\OruSetup\\Temp_99999";
+  for (const auto& dir : {staleTemp, staleLocal}) {
+    std::filesystem::create_directories(std::filesystem::path(dir + L"\\tavrin"));
+    std::ofstream(std::filesystem::path(dir + L"\\tavrin\\tavrin_sdk.dll")) << "left by a crashed run";
+  }
+  const std::wstring unrelated = std::wstring(temp) + L"OruSetupNotAWorkspace.txt";
+  std::ofstream(std::filesystem::path(unrelated)) << "keep";
+
+  StagedInstall install;
+  ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
+  EXPECT_FALSE(Exists(staleTemp));
+  EXPECT_FALSE(Exists(staleLocal));
+  EXPECT_TRUE(Exists(unrelated));
+  ::DeleteFileW(unrelated.c_str());
+  EXPECT_TRUE(Has(install.FinalLog(), "  清理: OruSetup_99999"));
+}
+
+}  // namespace
+}  // namespace oru::test
