@@ -8,6 +8,7 @@
 #include "app/install_discovery.h"
 #include "app/registry_cleanup.h"
 #include "app/uninstall_context.h"
+#include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
@@ -87,7 +88,7 @@ unsigned RunUninstall(UninstallContext& context) {
   const unsigned checkResult = StopAppAndFindInstallation(context);
   if (checkResult != kInstallationReady) {
     LogInfo(L"卸载器初始化失败！");
-    Report("uninstall_failed", {{"reason", "init_failed"}, {"result_code", ToDecimal(checkResult)}});
+    Report(kEventUninstallFailed, {{"reason", "init_failed"}, {"result_code", ToDecimal(checkResult)}});
     return checkResult;
   }
   LogInfo(L"初始化成功，开始卸载！");

@@ -9,6 +9,7 @@
 
 #include "app/options.h"
 #include "app/uninstall_context.h"
+#include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
@@ -97,8 +98,8 @@ void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& i
 void ReportOutcome(unsigned resultCode) {
   EventParams params{{"result_code", ToDecimal(resultCode)}};
   if (resultCode != 0) {
-    params["error_type"] = "uninstall_failed";
-    EventReporter::GetInstance().Report("uninstall_failed", params);
+    params["error_type"] = kEventUninstallFailed;
+    EventReporter::GetInstance().Report(kEventUninstallFailed, params);
   } else {
     EventReporter::GetInstance().Report("uninstall_completed", params);
   }
@@ -184,7 +185,7 @@ int RunUninstaller() {
   auto workspace = std::make_unique<TempDirectoryManager>();
   if (!workspace->Initialize(kWorkspaceRequiredBytes, true)) {
     LogInfo(L"Failed to initialize temp directory manager");
-    EventReporter::GetInstance().Report("uninstall_failed", {{"reason", "temp_dir_init_failed"}});
+    EventReporter::GetInstance().Report(kEventUninstallFailed, {{"reason", "temp_dir_init_failed"}});
     workspace.reset();
     return 1;
   }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -12,9 +13,9 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kUninstallFolder = L"uninstall";
-constexpr std::wstring_view kInstallerFolder = L"Installer";
-constexpr std::wstring_view kSetupExe = L"setup.exe";
+constexpr std::wstring_view kUninstallFolder = kUninstallFolderName;
+constexpr std::wstring_view kInstallerFolder = kInstallerFolderName;
+constexpr std::wstring_view kSetupExe = kSetupImageName;
 
 // The minimal-state check.
 constexpr std::wstring_view kChecking = L"Checking installation directory status to determine if cleanup is needed";

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -14,7 +15,7 @@ namespace oru {
 namespace {
 
 constexpr size_t kMaxInstallPathLength = 256;
-constexpr std::wstring_view kUninstallFolder = L"uninstall";
+constexpr std::wstring_view kUninstallFolder = kUninstallFolderName;
 constexpr std::wstring_view kScriptName = L"\\_deldir.bat";
 constexpr std::wstring_view kLogPrefix = L"CreateAndRunSelfDeleteDirScript ";
 constexpr wchar_t kOpenVerb[] = L"open";
