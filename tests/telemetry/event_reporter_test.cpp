@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 
 #include "common/strings.h"
 #include "library_doubles.h"
@@ -22,13 +21,7 @@ using test::TraceCall;
 
 using Pairs = std::vector<std::string>;
 
-// A place in the image of the configuration record.
-void Put(std::string& image, size_t offset, const std::string& text) { image.replace(offset, text.size(), text); }
-void PutInt(std::string& image, size_t offset, std::int32_t value) {
-  char bytes[4];
-  std::memcpy(bytes, &value, 4);
-  image.replace(offset, 4, bytes, 4);
-}
+std::string Int32(std::int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); }
 
 // A folder with both stand-ins (b answering "d36-from-b"), whose name needs
 // UTF-8 to travel to the library.
@@ -61,15 +54,16 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
   const auto calls = Trace();
   ASSERT_EQ(calls.size(), 5u);
   std::string config(1168, '\0');
-  Put(config, 0, "0KXN531PLDQ8VRTA");
-  PutInt(config, 256, 1);
-  Put(config, 260, ToDecimal(GetOsVersionPart(0)));
-  Put(config, 388, GetOwnProductVersion());
-  Put(config, 516, "1.0");
-  PutInt(config, 644, 0);
-  Put(config, 648, WideToUtf8(sdk_ + L"\\tavrin"));
-  PutInt(config, 1160, 1);
-  PutInt(config, 1164, 1000);
+  const auto put = [&](size_t offset, const std::string& bytes) { config.replace(offset, bytes.size(), bytes); };
+  put(0, "0KXN531PLDQ8VRTA");
+  put(256, Int32(1));
+  put(260, ToDecimal(GetOsVersionPart(0)));
+  put(388, GetOwnProductVersion());
+  put(516, "1.0");
+  put(644, Int32(0));
+  put(648, WideToUtf8(sdk_ + L"\\tavrin"));
+  put(1160, Int32(1));
+  put(1164, Int32(1000));
   EXPECT_EQ(calls[0].name, "TV_InitSDK");
   EXPECT_EQ(calls[0].Block("config"), config);
   EXPECT_EQ(calls[1].name, "TV_SetCommonParams");
