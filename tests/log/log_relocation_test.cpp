@@ -7,7 +7,6 @@
 #include <string>
 
 #include "common/product_keys.h"
-#include "common/strings.h"
 #include "log/setup_logger.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -25,27 +24,13 @@ constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
 constexpr char kSessionHeader[] = R"(\n========== New Session: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ==========\n)";
 constexpr char kLine[] = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
 
-struct RegistryValue {
-  bool present = false;
-  DWORD type = 0;
-  DWORD size = 0;
-  std::wstring text;
-};
-
-RegistryValue ReadValue(const wchar_t* name) {
-  RegistryValue value;
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kProductKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return value;
+// The REG_SZ value under the product key; empty when absent or another type.
+std::wstring ReadValue(const wchar_t* name) {
   wchar_t buffer[1024] = {};
-  value.size = sizeof(buffer) - sizeof(wchar_t);
-  value.present = ::RegQueryValueExW(key, name, nullptr, &value.type, reinterpret_cast<BYTE*>(buffer), &value.size) ==
-                  ERROR_SUCCESS;
-  ::RegCloseKey(key);
-  value.text = buffer;
-  return value;
+  DWORD size = sizeof(buffer);
+  ::RegGetValueW(HKEY_CURRENT_USER, kProductKey, name, RRF_RT_REG_SZ, nullptr, buffer, &size);
+  return buffer;
 }
-
-void DeleteValue(const wchar_t* name) { ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, name); }
 
 // One run of the uninstaller's log: opened in `runDirectory`, one line
 // written, closed and relocated to `finalDirectory`.
@@ -60,8 +45,9 @@ void RunLog(const std::wstring& runDirectory, const std::wstring& finalDirectory
 class LogRelocationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    DeleteValue(L"OruInstallLogPath");
-    DeleteValue(L"OruUninstallLogPath");
+    for (const auto* name : {L"OruInstallLogPath", L"OruUninstallLogPath"}) {
+      ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, name);
+    }
   }
   void TearDown() override { SetUp(); }
 };
@@ -72,7 +58,6 @@ TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   const std::wstring finalLog = executable.Child(L"oru_uninstall.log");
 
   RunLog(temp.path(), executable.path(), L"first run");
-  EXPECT_FALSE(Exists(temp.Child(L"oru_uninstall.log")));
   RunLog(temp.path(), executable.path(), L"second run");
   EXPECT_FALSE(Exists(temp.Child(L"oru_uninstall.log")));
 
@@ -82,11 +67,8 @@ TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_TRUE(std::regex_match(content, std::regex(expected))) << content;
 
   // The log's name holds "install" (in "uninstall"), hence the install value.
-  const RegistryValue recorded = ReadValue(L"OruInstallLogPath");
-  ASSERT_TRUE(recorded.present);
-  EXPECT_EQ(recorded.type, static_cast<DWORD>(REG_SZ));
-  EXPECT_EQ(recorded.text, finalLog);
-  EXPECT_FALSE(ReadValue(L"OruUninstallLogPath").present);
+  EXPECT_EQ(ReadValue(L"OruInstallLogPath"), finalLog);
+  EXPECT_EQ(ReadValue(L"OruUninstallLogPath"), L"");
 }
 
 TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
@@ -99,39 +81,27 @@ TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItW
   const std::string content = ReadFileBytes(temp.Child(L"oru_uninstall.log"));
   EXPECT_NE(content.find("kept line\n"), std::string::npos);
   EXPECT_EQ(content.rfind(kBom, 0), 0u);
-  EXPECT_FALSE(ReadValue(L"OruInstallLogPath").present);
+  EXPECT_EQ(ReadValue(L"OruInstallLogPath"), L"");
 }
 
-TEST_F(LogRelocationTest, ALogWithoutByteOrderMarkIsAppendedWhole) {
+TEST_F(LogRelocationTest, ALogWithoutByteOrderMarkIsAppendedWholeAndAMissingOneChangesNothing) {
   TempDir dir;
   const std::wstring source = dir.WriteFile(L"run.log", "plain text\nsecond\n");
   const std::wstring target = dir.WriteFile(L"final.log", std::string(kBom) + "earlier\n");
 
   EXPECT_TRUE(AppendLogToExisting(source, target));
   const std::string expected = std::string(kBom) + "earlier\n" + kSessionHeader + "plain text\nsecond\n";
-  EXPECT_TRUE(std::regex_match(ReadFileBytes(target), std::regex(expected))) << ReadFileBytes(target);
+  const std::string appended = ReadFileBytes(target);
+  EXPECT_TRUE(std::regex_match(appended, std::regex(expected))) << appended;
   EXPECT_FALSE(Exists(source));
-}
-
-TEST_F(LogRelocationTest, AnAppendThatCannotOpenItsSourceKeepsTheTarget) {
-  TempDir dir;
-  const std::wstring target = dir.WriteFile(L"final.log", "earlier\n");
-  EXPECT_FALSE(AppendLogToExisting(dir.Child(L"missing.log"), target));
-  EXPECT_EQ(ReadFileBytes(target), "earlier\n");
+  EXPECT_FALSE(AppendLogToExisting(source, target));
+  EXPECT_EQ(ReadFileBytes(target), appended);
 }
 
 TEST(LogPathValueName, FollowsTheInstallSubstringRule) {
-  struct Case {
-    const wchar_t* fileName;
-    const wchar_t* valueName;
-  };
-  const Case cases[] = {
-      {L"oru_uninstall.log", L"OruInstallLogPath"},  // "install" inside "uninstall"
-      {L"oru_install.log", L"OruInstallLogPath"},
-      {L"oru_setup.log", L"OruUninstallLogPath"},
-      {L"INSTALL.log", L"OruUninstallLogPath"},  // case-sensitive
-  };
-  for (const auto& c : cases) EXPECT_STREQ(LogPathValueName(c.fileName), c.valueName) << WideToUtf8(c.fileName);
+  EXPECT_STREQ(LogPathValueName(L"oru_install.log"), L"OruInstallLogPath");
+  EXPECT_STREQ(LogPathValueName(L"oru_setup.log"), L"OruUninstallLogPath");
+  EXPECT_STREQ(LogPathValueName(L"INSTALL.log"), L"OruUninstallLogPath") << "case-sensitive";
 }
 
 }  // namespace

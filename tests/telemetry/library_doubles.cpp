@@ -13,26 +13,11 @@ namespace {
 constexpr size_t kRecordSize = 4352;
 constexpr size_t kValueOffset = 256;
 
-std::string FromHex(const std::string& hex) {
-  std::string bytes;
-  bytes.reserve(hex.size() / 2);
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  }
-  return bytes;
-}
-
-std::string UpToNul(const std::string& bytes, size_t offset, size_t size) {
-  const std::string field = bytes.substr(offset, size);
-  return field.substr(0, field.find('\0'));
-}
-
 std::wstring Stage(const std::wstring& directory, const std::wstring& stub, const std::wstring& name,
                    const wchar_t* traceVariable, const std::wstring& traceName) {
   ::CopyFileW(BinFile(stub).c_str(), (directory + L"\\" + name).c_str(), FALSE);
-  const std::wstring trace = directory + L"\\" + traceName;
-  SetEnvironment(traceVariable, trace);
-  return trace;
+  SetEnvironment(traceVariable, directory + L"\\" + traceName);
+  return directory + L"\\" + traceName;
 }
 
 }  // namespace
@@ -49,9 +34,8 @@ std::wstring StageDorvid(const std::wstring& directory, const std::wstring& stub
 
 std::string TraceCall::Arg(const std::string& key) const {
   std::istringstream words(line);
-  std::string word;
-  while (words >> word) {
-    if (word.rfind(key + "=", 0) == 0) return word.substr(key.size() + 1);
+  for (std::string word; words >> word;) {
+    if (word.starts_with(key + "=")) return word.substr(key.size() + 1);
   }
   return {};
 }
@@ -63,56 +47,41 @@ std::string TraceCall::Block(const std::string& label) const {
   return {};
 }
 
-std::vector<TraceRecord> TraceCall::Records() const {
-  std::vector<TraceRecord> records;
+std::vector<std::string> TraceCall::Records() const {
+  std::vector<std::string> records;
   for (const auto& [label, bytes] : blocks) {
-    if (label.rfind("record", 0) != 0 || bytes.size() != kRecordSize) continue;
-    records.push_back(
-        {UpToNul(bytes, 0, kValueOffset), UpToNul(bytes, kValueOffset, kRecordSize - kValueOffset), bytes});
+    if (label.starts_with("record") && bytes.size() == kRecordSize) records.push_back(bytes);
   }
   return records;
 }
 
 std::vector<std::string> TraceCall::Pairs() const {
   std::vector<std::string> pairs;
-  for (const TraceRecord& record : Records()) pairs.push_back(record.key + "=" + record.value);
+  for (const std::string& record : Records()) {
+    pairs.push_back(record.substr(0, record.find('\0')) + "=" + record.substr(kValueOffset).c_str());
+  }
   return pairs;
 }
 
-std::vector<TraceCall> ReadTrace(const std::wstring& path) {
+std::vector<TraceCall> ReadTrace(const std::wstring& path, const std::string& name) {
   std::istringstream in(ReadFileBytes(path));
   std::vector<TraceCall> calls;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (line.rfind("call ", 0) == 0) {
-      std::istringstream words(line.substr(5));
-      TraceCall call;
-      words >> call.name;
-      call.line = line;
-      calls.push_back(call);
-    } else if (line.rfind("bytes ", 0) == 0 && !calls.empty()) {
-      std::istringstream words(line.substr(6));
-      std::string label;
-      std::string hex;
-      words >> label >> hex;
-      calls.back().blocks.emplace_back(label, FromHex(hex));
+  bool wanted = false;
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream words(line);
+    std::string kind, label, hex;
+    words >> kind >> label >> hex;
+    if (kind == "call") {
+      wanted = name.empty() || label == name;
+      if (wanted) calls.push_back({label, line, {}});
+    } else if (kind == "bytes" && wanted && !calls.empty()) {
+      std::string bytes;
+      for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+      calls.back().blocks.emplace_back(label, bytes);
     }
   }
   return calls;
-}
-
-std::vector<std::string> CallNames(const std::vector<TraceCall>& calls) {
-  std::vector<std::string> names;
-  for (const TraceCall& call : calls) names.push_back(call.name);
-  return names;
-}
-
-std::vector<TraceCall> CallsNamed(const std::vector<TraceCall>& calls, const std::string& name) {
-  std::vector<TraceCall> named;
-  for (const TraceCall& call : calls) {
-    if (call.name == name) named.push_back(call);
-  }
-  return named;
 }
 
 }  // namespace oru::test

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <string>
 
 #include "common/strings.h"
@@ -21,137 +20,80 @@ using test::Exists;
 using test::TempDir;
 
 // Under Wine a Linux symbolic link to a directory shows as a directory
-// reparse point, as a junction does on Windows. The wine kernel32 names the
-// Linux path; Linux programs start through CreateProcessW like any other.
+// reparse point, as a junction does on Windows. Wine names the Linux path,
+// and starts Linux programs through CreateProcessW, with no handle to wait on.
 std::wstring UnixPath(const std::wstring& path) {
   using ToUnix = char*(CDECL*)(const wchar_t*);
   const auto toUnix = GetProcAs<ToUnix>(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
-  if (toUnix == nullptr) return {};
-  char* name = toUnix(path.c_str());
+  char* name = toUnix == nullptr ? nullptr : toUnix(path.c_str());
   if (name == nullptr) return {};
-  std::wstring wide = Utf8ToWide(name);
+  const std::wstring wide = Utf8ToWide(name);
   ::HeapFree(::GetProcessHeap(), 0, name);
   return wide;
 }
 
-// Starts a Linux program. Wine hands back no process handle to wait on, so
-// callers poll for the program's effect instead.
-bool StartUnix(const std::wstring& program, const std::wstring& arguments) {
-  std::wstring image = L"Z:" + program;
-  std::replace(image.begin(), image.end(), L'/', L'\\');
-  std::wstring commandLine = program + L" " + arguments;
+void RunUnix(const std::wstring& program, const std::wstring& arguments) {
+  std::wstring commandLine = L"/bin/" + program + L" " + arguments;
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info{};
-  if (!::CreateProcessW(image.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &info)) {
-    return false;
+  if (::CreateProcessW((L"Z:\\bin\\" + program).c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       nullptr, &startup, &info)) {
+    UniqueHandle process(info.hProcess), thread(info.hThread);
   }
-  UniqueHandle process(info.hProcess);
-  UniqueHandle thread(info.hThread);
-  return true;
 }
 
-bool IsLinkNow(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
-
-// Polls for up to five seconds.
-template <typename Condition>
-bool Eventually(Condition condition) {
-  for (int i = 0; i < 100; ++i) {
-    if (condition()) return true;
-    ::Sleep(50);
-  }
-  return condition();
-}
-
-// A directory link made from the Linux side; removed again on destruction
-// without touching its target.
+// A directory link made from the Linux side (polled for up to five seconds),
+// removed again without touching its target.
 class DirectoryLink {
  public:
-  DirectoryLink(const std::wstring& link, const std::wstring& target) : link_(link) {
+  DirectoryLink(const std::wstring& link, const std::wstring& target) {
     const size_t slash = link.rfind(L'\\');
-    const std::wstring parent = UnixPath(link.substr(0, slash));
-    const std::wstring unixTarget = UnixPath(target);
+    const std::wstring parent = UnixPath(link.substr(0, slash)), unixTarget = UnixPath(target);
     if (parent.empty() || unixTarget.empty()) return;
-    unixLink_ = parent + L"/" + link.substr(slash + 1);
-    if (StartUnix(L"/bin/ln", L"-s \"" + unixTarget + L"\" \"" + unixLink_ + L"\"")) {
-      made_ = Eventually([&] { return IsLinkNow(link_); });
+    unix_ = parent + L"/" + link.substr(slash + 1);
+    RunUnix(L"ln", L"-s \"" + unixTarget + L"\" \"" + unix_ + L"\"");
+    for (int i = 0; i < 100 && !made_; ++i, ::Sleep(50)) {
+      const DWORD attributes = ::GetFileAttributesW(link.c_str());
+      made_ = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     }
   }
   ~DirectoryLink() {
-    if (unixLink_.empty() || !StartUnix(L"/bin/rm", L"-f \"" + unixLink_ + L"\"")) return;
-    Eventually([&] { return ::GetFileAttributesW(link_.c_str()) == INVALID_FILE_ATTRIBUTES; });
+    if (!unix_.empty()) RunUnix(L"rm", L"-f \"" + unix_ + L"\"");
   }
   [[nodiscard]] bool Made() const { return made_; }
 
  private:
-  std::wstring link_;
-  std::wstring unixLink_;
+  std::wstring unix_;
   bool made_ = false;
 };
 
-#define REQUIRE_LINK(link) \
-  if (!(link).Made()) GTEST_SKIP() << "directory links can only be made under Wine here"
-
-// The target must outlive everything, so it lives in a folder of its own.
-struct LinkedTarget {
-  LinkedTarget() {
-    path = dir.MakeDir(L"documents");
-    keep = dir.WriteFile(L"documents\\keep.txt", std::string(1000, 'k'));
-  }
-  TempDir dir;
-  std::wstring path;
-  std::wstring keep;
-};
-
-TEST(WorkspaceLinks, DeletingAWorkspaceRemovesALinkButNotWhatItPointsTo) {
-  LinkedTarget target;
+// Links to the user's documents, one inside a workspace and one named like
+// another run's workspace, must leave the documents whole.
+TEST(WorkspaceLinks, DeletingSizingOrCleaningUpNeverGoesThroughALink) {
+  TempDir documents;
+  const std::wstring keep = documents.WriteFile(L"keep.txt", std::string(1000, 'k'));
   TempDir dir;
   const std::wstring tree = dir.MakeDir(L"workspace");
-  dir.WriteFile(L"workspace\\own.dll");
-  DirectoryLink link(tree + L"\\link", target.path);
-  REQUIRE_LINK(link);
+  dir.WriteFile(L"workspace\\own.dll", std::string(10, 'o'));
+  DirectoryLink inside(tree + L"\\link", documents.path());
+  wchar_t temp[MAX_PATH] = {};
+  ::GetTempPathW(MAX_PATH, temp);
+  DirectoryLink stale(std::wstring(temp) + L"OruSetup_4000000009", documents.path());
+  if (!inside.Made() || !stale.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
   test::LogCapture log;
 
   TempDirectoryManager manager;
+  EXPECT_EQ(manager.GetDirectorySize(tree), 10u);
+  manager.CleanupStaleDirectories();
+  EXPECT_TRUE(Exists(keep));
   manager.DeleteDirectoryRecursive(tree);
   // Wine's RemoveDirectoryW acts on the link's target rather than on the link
   // (it refuses, the target being full), so whether the link itself went is
   // not asserted here; on Windows it goes.
-  EXPECT_TRUE(Exists(target.keep));
+  EXPECT_TRUE(Exists(keep));
   EXPECT_FALSE(Exists(tree + L"\\own.dll"));
   EXPECT_TRUE(log.Has(workspace_text::kDeleteLinkOnly + tree + L"\\link"));
-
-  manager.DeleteDirectoryRecursive(tree + L"\\link");
-  EXPECT_TRUE(Exists(target.keep));
-}
-
-TEST(WorkspaceLinks, TheSizeOfAWorkspaceDoesNotCountWhatALinkPointsTo) {
-  LinkedTarget target;
-  TempDir dir;
-  const std::wstring tree = dir.MakeDir(L"workspace");
-  dir.WriteFile(L"workspace\\own.dll", std::string(10, 'o'));
-  DirectoryLink link(tree + L"\\link", target.path);
-  REQUIRE_LINK(link);
-
-  TempDirectoryManager manager;
-  EXPECT_EQ(manager.GetDirectorySize(tree), 10u);
-  EXPECT_EQ(manager.GetDirectorySize(tree + L"\\link"), 0u);
-}
-
-TEST(WorkspaceLinks, TheStaleCleanupNeverFollowsALinkNamedLikeAWorkspace) {
-  LinkedTarget target;
-  wchar_t temp[MAX_PATH] = {};
-  ::GetTempPathW(MAX_PATH, temp);
-  DirectoryLink link(std::wstring(temp) + L"OruSetup_4000000009", target.path);
-  REQUIRE_LINK(link);
-
-  TempDirectoryManager manager;
-  manager.CleanupStaleDirectories();
-  EXPECT_TRUE(Exists(target.keep));
 }
 
 }  // namespace
