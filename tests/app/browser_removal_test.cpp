@@ -30,7 +30,6 @@ TEST(BrowserRemovalTest, EachOptionDropsItsOwnSwitch) {
   };
   for (const auto& row : rows) {
     const UninstallContext context = Context(row.silent, row.keep);
-    EXPECT_EQ(SetupPath(context), L"C:\\P\\1.2.3\\Installer\\setup.exe");
     EXPECT_EQ(ComposeUninstallArguments(context, BrowserLogPath(context)),
               L"--uninstall " + std::wstring(row.middle) +
                   L"--verbose-logging --enable-logging --log-file=\"C:\\P\\uninstall\\chrome_uninstall.log\"" + row.end);

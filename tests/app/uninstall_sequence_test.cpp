@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -72,22 +73,23 @@ TEST(UninstallSequenceTest, OutcomeFollowsWhatSetupLeftOfTheUninstallString) {
     EXPECT_EQ(reported.back().params, files);
     if (!removed) continue;
     EventParams action{{"action", "delete_oru_registry"}};
-    EXPECT_EQ(reported[2].params, action);
     if (row.absentKey) action["error"] = "delete_failed";
     EXPECT_EQ(reported[3].params, action);
   }
 }
 
-// A missing setup.exe, or any process of that name running, stops the
-// uninstall before anything is started, killed or deleted.
-TEST(UninstallSequenceTest, MissingOrRunningSetupEndsTheUninstallUntouched) {
-  for (const bool missing : {true, false}) {
-    SCOPED_TRACE(missing ? "missing" : "running");
+// A missing setup.exe, any process of that name running, or a setup.exe
+// that is no program: the uninstall fails and every key stays. Only the last
+// is a failed uninstall (code 20), which asks for the final cleanup.
+TEST(UninstallSequenceTest, SetupThatCannotRunEndsTheUninstallKeepingTheKeys) {
+  enum Case { kMissing, kRunningElsewhere, kNotAProgram };
+  for (const Case c : {kMissing, kRunningElsewhere, kNotAProgram}) {
+    SCOPED_TRACE(c);
     InstalledProduct product;
     test::TempDir elsewhere;
     test::ChildProcess other;
-    if (!missing) {
-      product.InstallSetup();
+    if (c != kMissing) product.InstallSetup(c == kRunningElsewhere);
+    if (c == kRunningElsewhere) {
       other = test::ChildProcess::Sleeper(test::CopyHelperAs(elsewhere.Child(L"setup.exe")));
       ASSERT_TRUE(other.Running());
     }
@@ -97,29 +99,23 @@ TEST(UninstallSequenceTest, MissingOrRunningSetupEndsTheUninstallUntouched) {
 
     EXPECT_EQ(RunUninstall(context), 1u);
 
-    ExpectInOrder(log, {missing ? L"setup.exe does not exist: " + product.setupPath : L"setup.exe 正在运行！",
-                        missing ? L"setup.exe exitCode: 333" : L"setup.exe exitCode: 60", L"卸载失败！"});
+    const std::vector<std::wstring> lines[] = {
+        {L"setup.exe does not exist: " + product.setupPath, L"setup.exe exitCode: 333", L"卸载失败！"},
+        {L"setup.exe 正在运行！", L"setup.exe exitCode: 60", L"卸载失败！"},
+        {L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 20", L"chrome 卸载失败", L"卸载失败！"}};
+    ExpectInOrder(log, lines[c]);
+    const std::wstring launchFailed = L"Failed to create uninstall process, error code: ";
+    EXPECT_EQ(log.HasFragment(launchFailed), c == kNotAProgram);
+    EXPECT_FALSE(log.Has(launchFailed + L"0"));
     EXPECT_TRUE(product.Trace().empty());
-    EXPECT_EQ(other.Running(), !missing);
+    EXPECT_EQ(other.Running(), c == kRunningElsewhere);
     EXPECT_TRUE(RegistryKeyExists(kProductClassesKey));
-    EXPECT_EQ(events.Names(), (Names{"uninstall_begin"}));
+    // The final cleanup's own events follow.
+    const Names names = events.Names();
+    EXPECT_EQ(Names(names.begin(), names.begin() + std::min<size_t>(names.size(), 3)), (c == kNotAProgram ? Names{"uninstall_begin", "uninstall_delete_files_start",
+                                                         "uninstall_delete_files_done"}
+                                                 : Names{"uninstall_begin"}));
   }
-}
-
-// A setup.exe that cannot be started counts as a failed uninstall, which
-// asks for the final cleanup.
-TEST(UninstallSequenceTest, SetupThatCannotStartIsReportedAsCodeTwenty) {
-  InstalledProduct product;
-  product.InstallSetup(false);
-  UninstallContext context = QuietContext();
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 1u);
-
-  const std::wstring failed = L"Failed to create uninstall process, error code: ";
-  EXPECT_TRUE(log.HasFragment(failed));
-  EXPECT_FALSE(log.Has(failed + L"0"));
-  ExpectInOrder(log, {L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 20", L"chrome 卸载失败"});
 }
 
 }  // namespace

@@ -10,41 +10,30 @@ namespace {
 using test::LogCapture;
 
 // Each test program works under a key of its own, so runs never collide.
-class RegistryTest : public ::testing::Test {
- protected:
-  RegistryTest() { ::RegCreateKeyExW(HKEY_CURRENT_USER, key_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &handle_, nullptr); }
-  ~RegistryTest() override {
-    ::RegCloseKey(handle_);
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, key_.c_str());
-  }
-  void Set(const wchar_t* name, DWORD type, const void* data, size_t size) {
-    ::RegSetValueExW(handle_, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
-  }
-
-  const std::wstring key_ = L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId());
-  HKEY handle_ = nullptr;
-};
+std::wstring TestKey() { return L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId()); }
 
 // The length limit and the missing key or value are met through the
 // installation check; here, what comes back of values that are no plain text.
-TEST_F(RegistryTest, OtherTypesAreReadAsTheirRawBytesUpToTheFirstZeroUnit) {
+TEST(RegistryTest, OtherTypesAreReadAsTheirRawBytesUpToTheFirstZeroUnit) {
+  const std::wstring key = TestKey();
   const DWORD dword = 0x00410042;  // bytes 42 00 41 00: "BA"
-  Set(L"dword", REG_DWORD, &dword, sizeof(dword));
   const wchar_t multi[] = L"one\0two\0";
-  Set(L"multi", REG_MULTI_SZ, multi, sizeof(multi));
-  Set(L"empty", REG_SZ, nullptr, 0);
+  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"dword", REG_DWORD, &dword, sizeof(dword));
+  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"multi", REG_MULTI_SZ, multi, sizeof(multi));
+  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"empty", REG_SZ, nullptr, 0);
   LogCapture log;
 
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key_, L"dword"), L"BA");
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key_, L"multi"), L"one");
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key_, L"empty"), L"");
+  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"dword"), L"BA");
+  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"multi"), L"one");
+  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"empty"), L"");
   EXPECT_EQ(log.Lines(), (std::vector<std::wstring>{L"Found pv value in registry: BA", L"Found pv value in registry: one",
                                                     L"Found pv value in registry: "}));
+  ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
 }
 
 // Writing creates the missing keys on the way; deleting takes the whole tree.
-TEST_F(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
-  const std::wstring sub = key_ + L"\\created", inner = sub + L"\\inner";
+TEST(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
+  const std::wstring sub = TestKey() + L"\\created", inner = sub + L"\\inner";
   const wchar_t data[] = L"C:\\x";
   const DWORD type = REG_SZ, size = 8;  // four characters, no terminator
   LogCapture log;
@@ -60,6 +49,7 @@ TEST_F(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
                              keyPath + L"操作成功", keyPath + L"\\default操作成功", keyPath + L"操作成功",
                              keyPath + L"\\path操作成功", L"Found pv value in registry: C:\\x",
                              L"Successfully deleted registry key: " + sub, L"Registry key not found: " + sub}));
+  ::RegDeleteTreeW(HKEY_CURRENT_USER, TestKey().c_str());
 }
 
 TEST(RegistryTexts, CreateAndSetTablesDifferOnlyWhereSetKnowsMore) {
