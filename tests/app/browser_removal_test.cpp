@@ -32,7 +32,8 @@ TEST(BrowserRemovalTest, EachOptionDropsItsOwnSwitch) {
     const UninstallContext context = Context(row.silent, row.keep);
     EXPECT_EQ(ComposeUninstallArguments(context, BrowserLogPath(context)),
               L"--uninstall " + std::wstring(row.middle) +
-                  L"--verbose-logging --enable-logging --log-file=\"C:\\P\\uninstall\\chrome_uninstall.log\"" + row.end);
+                  L"--verbose-logging --enable-logging --log-file=\"C:\\P\\uninstall\\chrome_uninstall.log\"" +
+                  row.end);
   }
 }
 

@@ -17,6 +17,8 @@ using test::EventCapture;
 using test::InstalledProduct;
 using test::LogCapture;
 
+constexpr char kStart[] = "uninstall_stop_app_start", kDone[] = "uninstall_stop_app_done";
+
 // --force with nothing running must not count as a failed kill; a failed
 // kill ends the check before the registry is read.
 TEST(InstallDiscoveryTest, AppIsKilledOnlyWithForceAndTheInstallationIsFound) {
@@ -28,10 +30,8 @@ TEST(InstallDiscoveryTest, AppIsKilledOnlyWithForceAndTheInstallationIsFound) {
   } rows[] = {
       {false, true, false, kInstallationReady, nullptr, {}},
       {true, false, false, kInstallationReady, L"oru.stravo.exe is running. Please close it first or use --force.", {}},
-      {true, true, false, kInstallationReady, L"oru.stravo.exe is running, now kill it.",
-       {"uninstall_stop_app_start", "uninstall_stop_app_done"}},
-      {true, true, true, kAppKillFailed, L"oru.stravo.exe kill failed.",
-       {"uninstall_stop_app_start", "uninstall_stop_app_fail"}},
+      {true, true, false, kInstallationReady, L"oru.stravo.exe is running, now kill it.", {kStart, kDone}},
+      {true, true, true, kAppKillFailed, L"oru.stravo.exe kill failed.", {kStart, "uninstall_stop_app_fail"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(::testing::Message() << row.running << row.force << row.guarded);

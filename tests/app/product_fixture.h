@@ -43,7 +43,8 @@ class InstalledProduct {
     DeleteKeys();
     SetRegistryString(kProductKey, kInstallPathValue, installPath);
     SetRegistryString(kProductKey, kProductVersionValue, kVersion);
-    SetRegistryString(kUninstallRegistrationKey, kUninstallStringValue, installPath + L"\\uninstall\\oru_uninstall.exe");
+    SetRegistryString(kUninstallRegistrationKey, kUninstallStringValue,
+                      installPath + L"\\uninstall\\oru_uninstall.exe");
     // Subkeys, so that only a whole-tree deletion removes these two.
     SetRegistryString((std::wstring(kProductClassesKey) + L"\\shell\\open").c_str(), L"", L"open");
     SetRegistryString((std::wstring(kMakerProductKey) + L"\\sub").c_str(), L"channel", L"test");

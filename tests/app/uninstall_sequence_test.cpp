@@ -38,7 +38,10 @@ TEST(UninstallSequenceTest, OutcomeFollowsWhatSetupLeftOfTheUninstallString) {
     const wchar_t* registration;
     const wchar_t* absentKey;
     unsigned result;
-  } rows[] = {{L"remove", nullptr, 0}, {L"value", kProductClassesKey, 0}, {L"empty", kMakerProductKey, 0}, {L"keep", nullptr, 1}};
+  } rows[] = {{L"remove", nullptr, 0},
+              {L"value", kProductClassesKey, 0},
+              {L"empty", kMakerProductKey, 0},
+              {L"keep", nullptr, 1}};
   for (const auto& row : rows) {
     SCOPED_TRACE(WideToUtf8(row.registration));
     InstalledProduct product;
@@ -53,19 +56,20 @@ TEST(UninstallSequenceTest, OutcomeFollowsWhatSetupLeftOfTheUninstallString) {
 
     EXPECT_EQ(RunUninstall(context), row.result);
 
-    ExpectInOrder(log, removed ? std::vector<std::wstring>{L"oru should delete !!!", L"Deleting Oru registry entries...",
-                                                           L"setup.exe exitCode: 19", L"卸载成功！"}
-                               : std::vector<std::wstring>{L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 21",
-                                                           L"卸载失败！"});
+    ExpectInOrder(
+        log,
+        removed ? std::vector<std::wstring>{L"oru should delete !!!", L"Deleting Oru registry entries...",
+                                            L"setup.exe exitCode: 19", L"卸载成功！"}
+                : std::vector<std::wstring>{L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 21", L"卸载失败！"});
     EXPECT_NE(RegistryKeyExists(kProductClassesKey), removed);
     EXPECT_EQ(RegistryKeyExists(kMakerProductKey), !removed || row.absentKey == kProductClassesKey);
     for (const wchar_t* kept : {kProductKey, L"SOFTWARE\\Kelvane"}) EXPECT_TRUE(RegistryKeyExists(kept));
 
     const char* cleanup = row.absentKey ? "uninstall_registry_fail" : "uninstall_registry_done";
-    ASSERT_EQ(events.Names(), (removed ? Names{"uninstall_begin", "uninstall_delete_files_start",
-                                               "uninstall_registry_start", cleanup, "uninstall_delete_files_done"}
-                                       : Names{"uninstall_begin", "uninstall_delete_files_start",
-                                               "uninstall_delete_files_done"}));
+    ASSERT_EQ(events.Names(),
+              (removed ? Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_registry_start", cleanup,
+                               "uninstall_delete_files_done"}
+                       : Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_delete_files_done"}));
     const auto reported = events.Events();
     EXPECT_EQ(reported[0].params, (EventParams{{"install_path", WideToUtf8(product.installPath)}, {"pv", "1.0.0.1"}}));
     EventParams files{{"keep_user_data", "false"}, {"setup_path", WideToUtf8(product.setupPath)}};
@@ -112,9 +116,10 @@ TEST(UninstallSequenceTest, SetupThatCannotRunEndsTheUninstallKeepingTheKeys) {
     EXPECT_TRUE(RegistryKeyExists(kProductClassesKey));
     // The final cleanup's own events follow.
     const Names names = events.Names();
-    EXPECT_EQ(Names(names.begin(), names.begin() + std::min<size_t>(names.size(), 3)), (c == kNotAProgram ? Names{"uninstall_begin", "uninstall_delete_files_start",
-                                                         "uninstall_delete_files_done"}
-                                                 : Names{"uninstall_begin"}));
+    EXPECT_EQ(
+        Names(names.begin(), names.begin() + std::min<size_t>(names.size(), 3)),
+        (c == kNotAProgram ? Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_delete_files_done"}
+                           : Names{"uninstall_begin"}));
   }
 }
 

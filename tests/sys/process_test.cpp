@@ -29,17 +29,17 @@ TEST(ProcessTest, OnlyTheExactImageNameMatchesAndAnInstanceThatCannotBeOpenedIsS
   EXPECT_FALSE(IsProcessRunning(kApp));
   EXPECT_FALSE(KillProcess(kApp));
   EXPECT_TRUE(upper.Running());
-  EXPECT_EQ(log.Lines(), (std::vector<std::wstring>{L"Checking if process is running: oru.stravo.exe",
-                                                    L"Process not running: oru.stravo.exe",
-                                                    L"Attempting to kill process: oru.stravo.exe",
-                                                    L"Process not found for killing: oru.stravo.exe"}));
+  EXPECT_EQ(log.Lines(),
+            (std::vector<std::wstring>{
+                L"Checking if process is running: oru.stravo.exe", L"Process not running: oru.stravo.exe",
+                L"Attempting to kill process: oru.stravo.exe", L"Process not found for killing: oru.stravo.exe"}));
 
   ChildProcess guarded = ChildProcess::Sleeper(CopyHelperAs(dir.Child(kApp)));
   ASSERT_TRUE(guarded.DenyOpenByOthers());
   EXPECT_TRUE(IsProcessRunning(kApp));
   EXPECT_TRUE(log.Has(L"Process found running: oru.stravo.exe"));
-  for (const std::wstring& other : {std::wstring(L"oru.stravo"), std::wstring(L"oru.stravo.exe.exe"), dir.Child(kApp),
-                                    std::wstring()}) {
+  for (const std::wstring& other :
+       {std::wstring(L"oru.stravo"), std::wstring(L"oru.stravo.exe.exe"), dir.Child(kApp), std::wstring()}) {
     EXPECT_FALSE(IsProcessRunning(other)) << WideToUtf8(other);
   }
   EXPECT_FALSE(KillProcess(kApp));

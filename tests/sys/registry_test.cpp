@@ -26,8 +26,9 @@ TEST(RegistryTest, OtherTypesAreReadAsTheirRawBytesUpToTheFirstZeroUnit) {
   EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"dword"), L"BA");
   EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"multi"), L"one");
   EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"empty"), L"");
-  EXPECT_EQ(log.Lines(), (std::vector<std::wstring>{L"Found pv value in registry: BA", L"Found pv value in registry: one",
-                                                    L"Found pv value in registry: "}));
+  EXPECT_EQ(log.Lines(),
+            (std::vector<std::wstring>{L"Found pv value in registry: BA", L"Found pv value in registry: one",
+                                       L"Found pv value in registry: "}));
   ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
 }
 
