@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
-#include "common/product_keys.h"
+#include "app/uninstall_context.h"
 #include "product_fixture.h"
 #include "support/child_process.h"
 #include "support/event_capture.h"
-#include "support/log_capture.h"
-#include "support/temp_dir.h"
 
 namespace oru {
 namespace {
@@ -20,135 +17,90 @@ using test::EventCapture;
 using test::InstalledProduct;
 using test::LogCapture;
 
-// Every read of a registry value leaves one of these lines.
-bool RegistryWasRead(const LogCapture& log) {
-  for (const wchar_t* fragment :
-       {L"Failed to open registry key: ", L"Registry value not found: ", L"Registry value is too long: ",
-        L"Failed to query registry value: ", L"Found pv value in registry: "}) {
-    if (log.HasFragment(fragment)) return true;
-  }
-  return false;
-}
+constexpr char kStart[] = "uninstall_stop_app_start", kDone[] = "uninstall_stop_app_done";
 
-class InstallDiscoveryTest : public ::testing::Test {
- protected:
-  // A running application, started under its real image name.
-  ChildProcess StartApp() { return ChildProcess::Sleeper(test::CopyHelperAs(dir_.Child(L"oru.stravo.exe"))); }
-
-  static void ExpectFound(const LogCapture& log, const UninstallContext& context, const InstalledProduct& product) {
-    EXPECT_EQ(context.install_path, product.installPath());
-    EXPECT_EQ(context.pv, InstalledProduct::kVersion);
-    EXPECT_TRUE(log.Has(L"Found installation path from registry: " + product.installPath()));
-    EXPECT_TRUE(log.Has(L"Found pv value from registry: 1.0.0.1"));
-  }
-
-  test::TempDir dir_;
-};
-
-TEST_F(InstallDiscoveryTest, FindsTheInstallationWhenTheAppIsNotRunning) {
-  InstalledProduct product;
-  UninstallContext context(true, true, false, true);
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(StopAppAndFindInstallation(context), kInstallationReady);
-
-  ExpectFound(log, context, product);
-  EXPECT_TRUE(events.Names().empty());
-}
-
-TEST_F(InstallDiscoveryTest, RunningAppWithoutForceIsOnlyNoted) {
-  InstalledProduct product;
-  ChildProcess app = StartApp();
-  ASSERT_TRUE(app.Running());
-  UninstallContext context(false, true, false, true);
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(StopAppAndFindInstallation(context), kInstallationReady);
-
-  EXPECT_TRUE(log.Has(L"oru.stravo.exe is running. Please close it first or use --force."));
-  EXPECT_TRUE(app.Running());
-  EXPECT_TRUE(events.Names().empty());
-  ExpectFound(log, context, product);
-}
-
-TEST_F(InstallDiscoveryTest, ForceKillsTheRunningApp) {
-  InstalledProduct product;
-  ChildProcess app = StartApp();
-  ASSERT_TRUE(app.Running());
-  UninstallContext context(true, true, false, true);
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(StopAppAndFindInstallation(context), kInstallationReady);
-
-  EXPECT_FALSE(app.Running());
-  EXPECT_TRUE(log.Has(L"oru.stravo.exe is running, now kill it."));
-  const EventParams params{{"process_name", "oru.stravo.exe"}};
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(), (std::vector<std::string>{"uninstall_stop_app_start", "uninstall_stop_app_done"}));
-  EXPECT_EQ(reported[0].params, params);
-  EXPECT_EQ(reported[1].params, params);
-  ExpectFound(log, context, product);
-}
-
-TEST_F(InstallDiscoveryTest, FailedKillStopsBeforeTheRegistryIsRead) {
-  InstalledProduct product;
-  ChildProcess app = StartApp();
-  ASSERT_TRUE(app.Running());
-  ASSERT_TRUE(app.DenyOpenByOthers());
-  UninstallContext context(true, true, false, true);
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(StopAppAndFindInstallation(context), kAppKillFailed);
-
-  EXPECT_TRUE(app.Running());
-  EXPECT_TRUE(context.install_path.empty());
-  EXPECT_TRUE(context.pv.empty());
-  EXPECT_TRUE(log.Has(L"oru.stravo.exe kill failed."));
-  EXPECT_FALSE(RegistryWasRead(log));
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(), (std::vector<std::string>{"uninstall_stop_app_start", "uninstall_stop_app_fail"}));
-  EXPECT_EQ(reported[0].params, (EventParams{{"process_name", "oru.stravo.exe"}}));
-  EXPECT_EQ(reported[1].params, (EventParams{{"error", "kill_failed"}, {"process_name", "oru.stravo.exe"}}));
-}
-
-struct BadValue {
-  const char* name;
-  void (*spoil)();
-  std::wstring reason;  // the registry layer's line that explains it
-};
-
-// Whatever is wrong with the values, the answer is 5 with a reason in the
-// log, never a crash or a half-filled installation.
-TEST_F(InstallDiscoveryTest, MissingOrUnusableValuesMeanNoInstallation) {
-  const std::vector<BadValue> cases = {
-      {"path missing", [] { ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, kInstallPathValue); },
-       L"Registry value not found: OruInstallPath"},
-      {"path empty", [] { test::SetRegistryString(kProductKey, kInstallPathValue, L""); },
-       L"Found pv value in registry: "},
-      // A DWORD is read as the text of its bytes: 0 reads as nothing.
-      {"pv a DWORD", [] { test::SetRegistryDword(kProductKey, kProductVersionValue, 0); },
-       L"Found pv value in registry: "},
-      {"path too long", [] { test::SetRegistryString(kProductKey, kInstallPathValue, std::wstring(260, L'x')); },
-       L"Registry value is too long: OruInstallPath"},
-      {"key missing", [] { ::RegDeleteTreeW(HKEY_CURRENT_USER, kProductKey); },
-       L"Failed to open registry key: SOFTWARE\\Oru.stravo"},
+// --force with nothing running must not count as a failed kill; a failed
+// kill ends the check before the registry is read.
+TEST(InstallDiscoveryTest, AppIsKilledOnlyWithForceAndTheInstallationIsFound) {
+  const struct {
+    bool running, force, guarded;
+    unsigned result;
+    const wchar_t* line;
+    std::vector<std::string> events;
+  } rows[] = {
+      {false, true, false, kInstallationReady, nullptr, {}},
+      {true, false, false, kInstallationReady, L"oru.stravo.exe is running. Please close it first or use --force.", {}},
+      {true, true, false, kInstallationReady, L"oru.stravo.exe is running, now kill it.", {kStart, kDone}},
+      {true, true, true, kAppKillFailed, L"oru.stravo.exe kill failed.", {kStart, "uninstall_stop_app_fail"}},
   };
-  for (const BadValue& bad : cases) {
-    SCOPED_TRACE(bad.name);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(::testing::Message() << row.running << row.force << row.guarded);
     InstalledProduct product;
-    bad.spoil();
-    UninstallContext context(false, true, false, true);
+    ChildProcess app;
+    if (row.running) app = ChildProcess::Sleeper(test::CopyHelperAs(product.dir.Child(L"oru.stravo.exe")));
+    ASSERT_EQ(app.Running(), row.running);
+    ASSERT_TRUE(!row.guarded || app.DenyOpenByOthers());
+    UninstallContext context(row.force, true, false, true);
+    EventCapture events;
     LogCapture log;
 
-    EXPECT_EQ(StopAppAndFindInstallation(context), kInstallationInfoMissing);
+    EXPECT_EQ(StopAppAndFindInstallation(context), row.result);
 
-    EXPECT_TRUE(log.Has(bad.reason));
+    EXPECT_EQ(app.Running(), row.running && (!row.force || row.guarded));
+    EXPECT_TRUE(!row.line || log.Has(row.line));
+    const bool found = row.result == kInstallationReady;
+    EXPECT_EQ(context.install_path, found ? product.installPath : L"");
+    EXPECT_EQ(context.pv, found ? InstalledProduct::kVersion : L"");
+    // Every registry read logs a line naming the registry.
+    EXPECT_EQ(log.HasFragment(L"registry") || log.HasFragment(L"Registry"), found);
+    EXPECT_EQ(events.Names(), row.events);
+    for (const auto& event : events.Events()) {
+      EventParams expected{{"process_name", "oru.stravo.exe"}};
+      if (!found && event.name == row.events.back()) expected["error"] = "kill_failed";
+      EXPECT_EQ(event.params, expected);
+    }
+  }
+}
+
+// Whatever is wrong with the values, the uninstall ends with 5 and the
+// reason in the log, before setup.exe is even looked for.
+TEST(InstallDiscoveryTest, MissingOrUnusableValuesMeanNoInstallation) {
+  const struct {
+    const wchar_t* value;  // nullptr: the whole key is missing
+    DWORD type;            // REG_NONE: the value is missing
+    std::wstring data;
+    std::wstring reason;
+  } rows[] = {
+      {kInstallPathValue, REG_NONE, L"", L"Registry value not found: OruInstallPath"},
+      {kInstallPathValue, REG_SZ, L"", L"Found pv value in registry: "},
+      // A DWORD is read as the text of its bytes: 0 reads as nothing.
+      {kProductVersionValue, REG_DWORD, std::wstring(2, L'\0'), L"Found pv value in registry: "},
+      {kInstallPathValue, REG_SZ, std::wstring(260, L'x'), L"Registry value is too long: OruInstallPath"},
+      {nullptr, REG_NONE, L"", L"Failed to open registry key: SOFTWARE\\Oru.stravo"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(WideToUtf8(row.reason));
+    InstalledProduct product;
+    if (!row.value) {
+      ::RegDeleteTreeW(HKEY_CURRENT_USER, kProductKey);
+    } else if (row.type == REG_NONE) {
+      ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, row.value);
+    } else {
+      ::RegSetKeyValueW(HKEY_CURRENT_USER, kProductKey, row.value, row.type, row.data.c_str(),
+                        static_cast<DWORD>((row.data.size() + (row.type == REG_SZ)) * sizeof(wchar_t)));
+    }
+    UninstallContext context(false, true, false, true);
+    EventCapture events;
+    LogCapture log;
+
+    EXPECT_EQ(RunUninstall(context), kInstallationInfoMissing);
+
+    EXPECT_TRUE(log.Has(row.reason));
     EXPECT_TRUE(log.Has(L"Could not find required installation information in the registry (OruInstallPath or pv)."));
-    EXPECT_FALSE(log.HasFragment(L"Found installation path from registry: "));
+    EXPECT_TRUE(log.Has(L"卸载器初始化失败！"));
+    EXPECT_FALSE(log.HasFragment(L"setup.exe"));
+    ASSERT_EQ(events.Names(), (std::vector<std::string>{"uninstall_failed"}));
+    EXPECT_EQ(events.Events()[0].params, (EventParams{{"reason", "init_failed"}, {"result_code", "5"}}));
   }
 }
 

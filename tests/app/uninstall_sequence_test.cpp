@@ -1,19 +1,13 @@
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/uninstall_context.h"
-#include "common/product_keys.h"
-#include "common/strings.h"
 #include "product_fixture.h"
 #include "support/child_process.h"
 #include "support/event_capture.h"
-#include "support/log_capture.h"
-#include "support/temp_dir.h"
 
 namespace oru {
 namespace {
@@ -22,211 +16,111 @@ using test::EventCapture;
 using test::InstalledProduct;
 using test::LogCapture;
 using test::RegistryKeyExists;
-using test::ScopedEnvironment;
+using Names = std::vector<std::string>;
 
 // Default options, message boxes off.
 UninstallContext QuietContext() { return UninstallContext(false, true, false, true); }
 
-// The keys the registry cleanup deletes.
-bool CleanupKeysExist() { return RegistryKeyExists(kProductClassesKey) && RegistryKeyExists(kMakerProductKey); }
-bool CleanupKeysGone() { return !RegistryKeyExists(kProductClassesKey) && !RegistryKeyExists(kMakerProductKey); }
-
-class UninstallSequenceTest : public ::testing::Test {
- protected:
-  // What setup.exe leaves of the product's uninstall registration, and its exit code.
-  void SetUpStub(const wchar_t* registration, const wchar_t* exitCode) {
-    product_.InstallSetupStub();
-    registration_.emplace(L"ORU_SETUP_STUB_REGISTRATION", registration);
-    exitCode_.emplace(L"ORU_SETUP_STUB_EXIT_CODE", exitCode);
-  }
-
-  EventParams FilesParams() const {
-    return {{"keep_user_data", "false"}, {"setup_path", WideToUtf8(product_.setupPath())}};
-  }
-
-  InstalledProduct product_;
-  std::optional<ScopedEnvironment> registration_;
-  std::optional<ScopedEnvironment> exitCode_;
-};
-
-TEST_F(UninstallSequenceTest, ProductRemovedBySetupIsUnregisteredAndSucceeds) {
-  SetUpStub(L"remove", L"19");
-  UninstallContext context = QuietContext();
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 0u);
-
-  // The awkward install path reaches setup.exe exactly as composed.
-  const std::wstring logFile = product_.installPath() + L"\\uninstall\\chrome_uninstall.log";
-  EXPECT_EQ(product_.Trace(), L"\"" + product_.setupPath() +
-                                  L"\" --uninstall --force-uninstall --verbose-logging --enable-logging --log-file=\"" +
-                                  logFile + L"\" --delete-profile\n");
-  EXPECT_TRUE(CleanupKeysGone());
-  EXPECT_TRUE(RegistryKeyExists(kProductKey));
-
-  const std::vector<std::wstring> inOrder = {
-      L"初始化成功，开始卸载！",
-      L"Starting uninstall process...",
-      L"Process not running: setup.exe",
-      L"Uninstall process finished, exit code: 19",
-      L"Failed to open registry key: " + std::wstring(kUninstallRegistrationKey),
-      L"oru should delete !!!",
-      L"Deleting Oru registry entries...",
-      L"setup.exe exitCode: 19",
-      L"Chrome uninstall success!",
-      L"卸载成功！",
-  };
+void ExpectInOrder(const LogCapture& log, const std::vector<std::wstring>& lines) {
   long at = 0;
-  for (const auto& line : inOrder) {
+  for (const auto& line : lines) {
     at = log.IndexOf(line, static_cast<size_t>(at));
     ASSERT_GE(at, 0) << "missing or out of order: " << WideToUtf8(line);
   }
-
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(),
-            (std::vector<std::string>{"uninstall_begin", "uninstall_delete_files_start", "uninstall_registry_start",
-                                      "uninstall_registry_done", "uninstall_delete_files_done"}));
-  EXPECT_EQ(reported[0].params, (EventParams{{"install_path", WideToUtf8(product_.installPath())}, {"pv", "1.0.0.1"}}));
-  EXPECT_EQ(reported[1].params, FilesParams());
-  EXPECT_EQ(reported[2].params, (EventParams{{"action", "delete_oru_registry"}}));
-  EXPECT_EQ(reported[3].params, (EventParams{{"action", "delete_oru_registry"}}));
-  EXPECT_EQ(reported[4].params, FilesParams());
 }
 
-// Only the value matters: gone or empty both mean setup.exe removed the product.
-TEST(UninstallRemovalCheckTest, MissingOrEmptyUninstallStringAlsoCountsAsRemoved) {
-  for (const wchar_t* registration : {L"value", L"empty"}) {
-    SCOPED_TRACE(WideToUtf8(registration));
+// The product counts as removed once setup.exe has taken away its uninstall
+// string: the key, the value, or just its text. Only then are its keys
+// cleaned up, the second tree only once the first is gone; a failed cleanup
+// changes the event, not the result.
+TEST(UninstallSequenceTest, OutcomeFollowsWhatSetupLeftOfTheUninstallString) {
+  const struct {
+    const wchar_t* registration;
+    const wchar_t* absentKey;
+    unsigned result;
+  } rows[] = {{L"remove", nullptr, 0},
+              {L"value", kProductClassesKey, 0},
+              {L"empty", kMakerProductKey, 0},
+              {L"keep", nullptr, 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(WideToUtf8(row.registration));
     InstalledProduct product;
-    product.InstallSetupStub();
-    ScopedEnvironment stub(L"ORU_SETUP_STUB_REGISTRATION", registration);
+    product.InstallSetup();
+    if (row.absentKey) ::RegDeleteTreeW(HKEY_CURRENT_USER, row.absentKey);
+    const bool removed = row.result == 0;
+    ::SetEnvironmentVariableW(L"ORU_SETUP_STUB_REGISTRATION", row.registration);
+    ::SetEnvironmentVariableW(L"ORU_SETUP_STUB_EXIT_CODE", removed ? L"19" : L"21");
     UninstallContext context = QuietContext();
+    EventCapture events;
     LogCapture log;
 
-    EXPECT_EQ(RunUninstall(context), 0u);
+    EXPECT_EQ(RunUninstall(context), row.result);
 
-    EXPECT_TRUE(RegistryKeyExists(kUninstallRegistrationKey));
-    EXPECT_TRUE(log.Has(L"oru should delete !!!"));
-    EXPECT_TRUE(CleanupKeysGone());
+    ExpectInOrder(
+        log,
+        removed ? std::vector<std::wstring>{L"oru should delete !!!", L"Deleting Oru registry entries...",
+                                            L"setup.exe exitCode: 19", L"卸载成功！"}
+                : std::vector<std::wstring>{L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 21", L"卸载失败！"});
+    EXPECT_NE(RegistryKeyExists(kProductClassesKey), removed);
+    EXPECT_EQ(RegistryKeyExists(kMakerProductKey), !removed || row.absentKey == kProductClassesKey);
+    for (const wchar_t* kept : {kProductKey, L"SOFTWARE\\Kelvane"}) EXPECT_TRUE(RegistryKeyExists(kept));
+
+    const char* cleanup = row.absentKey ? "uninstall_registry_fail" : "uninstall_registry_done";
+    ASSERT_EQ(events.Names(),
+              (removed ? Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_registry_start", cleanup,
+                               "uninstall_delete_files_done"}
+                       : Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_delete_files_done"}));
+    const auto reported = events.Events();
+    EXPECT_EQ(reported[0].params, (EventParams{{"install_path", WideToUtf8(product.installPath)}, {"pv", "1.0.0.1"}}));
+    EventParams files{{"keep_user_data", "false"}, {"setup_path", WideToUtf8(product.setupPath)}};
+    if (!removed) files["skip_reason"] = "chrome_not_deleted";
+    EXPECT_EQ(reported.back().params, files);
+    if (!removed) continue;
+    EventParams action{{"action", "delete_oru_registry"}};
+    if (row.absentKey) action["error"] = "delete_failed";
+    EXPECT_EQ(reported[3].params, action);
   }
 }
 
-TEST_F(UninstallSequenceTest, ProductStillRegisteredKeepsItsKeysAndFails) {
-  SetUpStub(L"keep", L"21");
-  UninstallContext context = QuietContext();
-  EventCapture events;
-  LogCapture log;
+// A missing setup.exe, any process of that name running, or a setup.exe
+// that is no program: the uninstall fails and every key stays. Only the last
+// is a failed uninstall (code 20), which asks for the final cleanup.
+TEST(UninstallSequenceTest, SetupThatCannotRunEndsTheUninstallKeepingTheKeys) {
+  enum Case { kMissing, kRunningElsewhere, kNotAProgram };
+  for (const Case c : {kMissing, kRunningElsewhere, kNotAProgram}) {
+    SCOPED_TRACE(c);
+    InstalledProduct product;
+    test::TempDir elsewhere;
+    test::ChildProcess other;
+    if (c != kMissing) product.InstallSetup(c == kRunningElsewhere);
+    if (c == kRunningElsewhere) {
+      other = test::ChildProcess::Sleeper(test::CopyHelperAs(elsewhere.Child(L"setup.exe")));
+      ASSERT_TRUE(other.Running());
+    }
+    UninstallContext context = QuietContext();
+    EventCapture events;
+    LogCapture log;
 
-  EXPECT_EQ(RunUninstall(context), 1u);
+    EXPECT_EQ(RunUninstall(context), 1u);
 
-  EXPECT_TRUE(CleanupKeysExist());
-  EXPECT_TRUE(log.Has(L"oru shouldn't delete !!!!!!!"));
-  EXPECT_FALSE(log.Has(L"Deleting Oru registry entries..."));
-  EXPECT_GT(log.IndexOf(L"User cancels Chrome uninstallation!"), log.IndexOf(L"oru shouldn't delete !!!!!!!"));
-  EXPECT_TRUE(log.Has(L"卸载失败！"));
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(), (std::vector<std::string>{"uninstall_begin", "uninstall_delete_files_start",
-                                                      "uninstall_delete_files_done"}));
-  EventParams skipped = FilesParams();
-  skipped["skip_reason"] = "chrome_not_deleted";
-  EXPECT_EQ(reported[2].params, skipped);
-}
-
-// The registry cleanup's failure changes the events, not the result.
-TEST_F(UninstallSequenceTest, FailedRegistryCleanupStillSucceeds) {
-  SetUpStub(L"remove", L"19");
-  ::RegDeleteTreeW(HKEY_CURRENT_USER, kProductClassesKey);
-  UninstallContext context = QuietContext();
-  EventCapture events;
-
-  EXPECT_EQ(RunUninstall(context), 0u);
-
-  EXPECT_TRUE(RegistryKeyExists(kMakerProductKey));
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(),
-            (std::vector<std::string>{"uninstall_begin", "uninstall_delete_files_start", "uninstall_registry_start",
-                                      "uninstall_registry_fail", "uninstall_delete_files_done"}));
-  EXPECT_EQ(reported[3].params, (EventParams{{"action", "delete_oru_registry"}, {"error", "delete_failed"}}));
-}
-
-TEST_F(UninstallSequenceTest, MissingSetupFails) {
-  UninstallContext context = QuietContext();
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 1u);
-
-  const std::vector<std::wstring> lines = log.Lines();
-  const long start = log.IndexOf(L"Starting uninstall process...");
-  ASSERT_GE(start, 0);
-  ASSERT_GE(lines.size(), static_cast<size_t>(start) + 6);
-  const std::vector<std::wstring> steps(lines.begin() + start, lines.begin() + start + 6);
-  EXPECT_EQ(steps, (std::vector<std::wstring>{
-                       L"Starting uninstall process...", L"setup.exe does not exist: " + product_.setupPath(),
-                       L"setup.exe exitCode: 333", L"没有找到 setup.exe 文件", L"setup.exe 文件缺失", L"卸载失败！"}));
-  EXPECT_TRUE(CleanupKeysExist());
-  EXPECT_EQ(events.Names(), (std::vector<std::string>{"uninstall_begin"}));
-}
-
-// Any process named setup.exe blocks the uninstall, not only the product's.
-TEST_F(UninstallSequenceTest, RunningSetupElsewhereBlocksTheUninstall) {
-  SetUpStub(L"remove", L"19");
-  test::TempDir elsewhere;
-  test::ChildProcess other = test::ChildProcess::Sleeper(test::CopyHelperAs(elsewhere.Child(L"setup.exe")));
-  ASSERT_TRUE(other.Running());
-  UninstallContext context = QuietContext();
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 1u);
-
-  EXPECT_TRUE(product_.Trace().empty());
-  EXPECT_TRUE(other.Running());
-  const long running = log.IndexOf(L"setup.exe 正在运行！");
-  ASSERT_GE(running, 0);
-  EXPECT_EQ(log.IndexOf(L"setup.exe exitCode: 60"), running + 1);
-  EXPECT_EQ(log.Count(L"setup.exe 被其他进程占用"), 2u);
-  EXPECT_TRUE(CleanupKeysExist());
-  EXPECT_EQ(events.Names(), (std::vector<std::string>{"uninstall_begin"}));
-}
-
-// A setup.exe that is no program counts as a failed uninstall, which asks
-// for the final cleanup.
-TEST_F(UninstallSequenceTest, SetupThatCannotStartLeadsToTheFinalCleanup) {
-  product_.InstallBrokenSetup();
-  UninstallContext context = QuietContext();
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 1u);
-
-  const std::vector<std::wstring> lines = log.Lines();
-  const std::wstring launchFailed = L"Failed to create uninstall process, error code: ";
-  const auto failed = std::find_if(lines.begin(), lines.end(),
-                                   [&](const std::wstring& line) { return line.starts_with(launchFailed); });
-  ASSERT_NE(failed, lines.end());
-  EXPECT_NE(failed->substr(launchFailed.size()), L"0");
-  const long code = log.IndexOf(L"setup.exe exitCode: 20", static_cast<size_t>(failed - lines.begin()));
-  ASSERT_GE(code, 0);
-  EXPECT_EQ(lines[static_cast<size_t>(code) + 1], L"chrome 卸载失败");
-  // The cleanup's own first line, whatever it is, names it.
-  EXPECT_NE(lines[static_cast<size_t>(code) + 2].find(L"cleanup"), std::wstring::npos);
-  EXPECT_TRUE(log.Has(L"oru shouldn't delete !!!!!!!"));
-}
-
-TEST_F(UninstallSequenceTest, MissingInstallationEndsBeforeLookingForSetup) {
-  ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, kInstallPathValue);
-  UninstallContext context = QuietContext();
-  EventCapture events;
-  LogCapture log;
-
-  EXPECT_EQ(RunUninstall(context), 5u);
-
-  EXPECT_TRUE(log.Has(L"卸载器初始化失败！"));
-  EXPECT_FALSE(log.Has(L"Checking if process is running: setup.exe"));
-  const auto reported = events.Events();
-  ASSERT_EQ(events.Names(), (std::vector<std::string>{"uninstall_failed"}));
-  EXPECT_EQ(reported[0].params, (EventParams{{"reason", "init_failed"}, {"result_code", "5"}}));
+    const std::vector<std::wstring> lines[] = {
+        {L"setup.exe does not exist: " + product.setupPath, L"setup.exe exitCode: 333", L"卸载失败！"},
+        {L"setup.exe 正在运行！", L"setup.exe exitCode: 60", L"卸载失败！"},
+        {L"oru shouldn't delete !!!!!!!", L"setup.exe exitCode: 20", L"chrome 卸载失败", L"卸载失败！"}};
+    ExpectInOrder(log, lines[c]);
+    const std::wstring launchFailed = L"Failed to create uninstall process, error code: ";
+    EXPECT_EQ(log.HasFragment(launchFailed), c == kNotAProgram);
+    EXPECT_FALSE(log.Has(launchFailed + L"0"));
+    EXPECT_TRUE(product.Trace().empty());
+    EXPECT_EQ(other.Running(), c == kRunningElsewhere);
+    EXPECT_TRUE(RegistryKeyExists(kProductClassesKey));
+    // The final cleanup's own events follow.
+    const Names names = events.Names();
+    EXPECT_EQ(
+        Names(names.begin(), names.begin() + std::min<size_t>(names.size(), 3)),
+        (c == kNotAProgram ? Names{"uninstall_begin", "uninstall_delete_files_start", "uninstall_delete_files_done"}
+                           : Names{"uninstall_begin"}));
+  }
 }
 
 }  // namespace

@@ -8,37 +8,28 @@
 namespace oru {
 namespace {
 
-using test::LogCapture;
-
-TEST(DllLoader, EmptyPathLoadsNothing) {
-  LogCapture log;
-  {
-    DllLoader loader(L"");
-    EXPECT_EQ(loader.module(), nullptr);
-  }
-  EXPECT_EQ(log.Lines(), std::vector<std::wstring>{L"DllLoader: DLL 名称为空"});
-}
-
-TEST(DllLoader, MissingFileLogsOneWarningWithTheSystemErrorAndNothingOnDestruction) {
+// What loading logs, and that only a loaded library logs its release.
+TEST(DllLoader, LoadsARealLibraryAndExplainsWhyNothingWasLoaded) {
   test::TempDir dir;
-  const std::wstring path = dir.Child(L"absent.dll");
-  LogCapture log;
-  {
-    DllLoader loader(path);
-    EXPECT_EQ(loader.module(), nullptr);
+  const std::wstring absent = dir.Child(L"absent.dll");
+  const struct {
+    std::wstring path;
+    bool loaded;
+    std::vector<std::wstring> lines;
+  } rows[] = {
+      {L"", false, {L"DllLoader: DLL 名称为空"}},
+      // The system reports a missing module as 126 (ERROR_MOD_NOT_FOUND).
+      {absent, false, {L"[WARNING] DllLoader: 加载 DLL 失败: " + absent + L", 错误码: 126"}},
+      {L"version.dll", true, {L"DllLoader: 成功加载 DLL: version.dll", L"DllLoader: 成功释放 DLL"}},
+  };
+  for (const auto& row : rows) {
+    test::LogCapture log;
+    {
+      DllLoader loader(row.path);
+      EXPECT_EQ(loader.module() != nullptr, row.loaded);
+    }
+    EXPECT_EQ(log.Lines(), row.lines);
   }
-  // The system reports a missing module as 126 (ERROR_MOD_NOT_FOUND).
-  EXPECT_EQ(log.Lines(), std::vector<std::wstring>{L"[WARNING] DllLoader: 加载 DLL 失败: " + path + L", 错误码: 126"});
-}
-
-TEST(DllLoader, LoadsAndFreesARealLibrary) {
-  LogCapture log;
-  {
-    DllLoader loader(L"version.dll");
-    EXPECT_NE(loader.module(), nullptr);
-  }
-  EXPECT_EQ(log.Lines(),
-            (std::vector<std::wstring>{L"DllLoader: 成功加载 DLL: version.dll", L"DllLoader: 成功释放 DLL"}));
 }
 
 }  // namespace
