@@ -12,9 +12,10 @@
 // that forgets a process's counters at exit still yields the highest reading
 // taken before. Sampling costs time, so leave it out when timing matters.
 
+#include <windows.h>
+// After windows.h, which they need.
 #include <psapi.h>
 #include <shellapi.h>
-#include <windows.h>
 
 #include <algorithm>
 #include <cstdio>
