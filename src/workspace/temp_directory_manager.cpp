@@ -127,6 +127,24 @@ bool TempDirectoryManager::Initialize(std::uint64_t required, bool cleanupStale)
   return false;
 }
 
+// Places 1 and 3 share these checks; place 2 keeps an existing directory and
+// so creates it differently.
+bool TempDirectoryManager::PrepareHiddenWorkspace() {
+  if (!CheckDiskSpace(tempDir, requiredBytes)) {
+    LogInfo(kDiskSpaceLow);
+    return false;
+  }
+  if (!CreateHiddenDirectory(tempDir)) {
+    LogInfo(kDirectoryCreateFailed);
+    return false;
+  }
+  if (!TestWriteAccess(tempDir)) {
+    LogInfo(kWriteTestFailedShort);
+    return false;
+  }
+  return true;
+}
+
 bool TempDirectoryManager::TryCreateInSystemTemp() {
   wchar_t temp[MAX_PATH] = {};
   const DWORD length = ::GetTempPathW(MAX_PATH, temp);
@@ -142,18 +160,7 @@ bool TempDirectoryManager::TryCreateInSystemTemp() {
   LogInfo(kTryPlace1);
   LogInfo(kPathLabel + std::wstring(tempDir));
 
-  if (!CheckDiskSpace(tempDir, requiredBytes)) {
-    LogInfo(kDiskSpaceLow);
-    return false;
-  }
-  if (!CreateHiddenDirectory(tempDir)) {
-    LogInfo(kDirectoryCreateFailed);
-    return false;
-  }
-  if (!TestWriteAccess(tempDir)) {
-    LogInfo(kWriteTestFailedShort);
-    return false;
-  }
+  if (!PrepareHiddenWorkspace()) return false;
   LogInfo(kCreatingTavrin);
   if (!FormatPath(tavrinDir, L"%ls\\tavrin", tempDir)) {
     LogWarning(kTavrinFailed);
@@ -213,18 +220,7 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
     return false;
   }
 
-  if (!CheckDiskSpace(tempDir, requiredBytes)) {
-    LogInfo(kDiskSpaceLow);
-    return false;
-  }
-  if (!CreateHiddenDirectory(tempDir)) {
-    LogInfo(kDirectoryCreateFailed);
-    return false;
-  }
-  if (!TestWriteAccess(tempDir)) {
-    LogInfo(kWriteTestFailedShort);
-    return false;
-  }
+  if (!PrepareHiddenWorkspace()) return false;
   if (!FormatPath(tavrinDir, L"%ls\\tavrin", tempDir) || !CreateHiddenDirectory(tavrinDir)) {
     LogWarning(kTavrinFailed);
     return false;

@@ -75,6 +75,7 @@ class TempDirectoryManager {
  private:
   static constexpr std::size_t kPathCapacity = 260;  // MAX_PATH
 
+  bool PrepareHiddenWorkspace();
   bool TryCreateInSystemTemp();
   bool TryCreateInLocalAppData();
   bool TryCreateBesideExecutable();
