@@ -7,6 +7,7 @@
 #include <cwchar>
 #include <memory>
 
+#include "common/format.h"
 #include "app/options.h"
 #include "app/uninstall_context.h"
 #include "common/event_names.h"
@@ -37,8 +38,8 @@ std::wstring GetTimestampForName() {
   SYSTEMTIME now{};
   ::GetLocalTime(&now);
   wchar_t buffer[32] = {};
-  std::swprintf(buffer, 32, L"%04u%02u%02u_%02u%02u%02u_%03u", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
-                now.wSecond, now.wMilliseconds);
+  FormatWide(buffer, 32, L"%04u%02u%02u_%02u%02u%02u_%03u", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
+             now.wSecond, now.wMilliseconds);
   return buffer;
 }
 

@@ -3,6 +3,7 @@
 // String helpers shared by every subsystem: UTF-16 <-> UTF-8 through the
 // system code-page functions, decimal formatting, and joining.
 
+#include <charconv>
 #include <concepts>
 #include <initializer_list>
 #include <string>
@@ -16,9 +17,12 @@ namespace oru {
 [[nodiscard]] std::wstring Utf8ToWide(std::string_view text);
 
 // Decimal text of any integer; negative values carry a leading '-'.
+// Built on std::to_chars: std::to_wstring would link a whole printf.
 template <std::integral T>
 [[nodiscard]] std::wstring ToWideDecimal(T value) {
-  return std::to_wstring(value);
+  char digits[24];
+  const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+  return std::wstring(digits, end);
 }
 template <std::integral T>
 [[nodiscard]] std::string ToDecimal(T value) {

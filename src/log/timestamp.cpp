@@ -4,14 +4,16 @@
 
 #include <cwchar>
 
+#include "common/format.h"
+
 namespace oru {
 
 std::wstring GetTimestamp() {
   SYSTEMTIME now{};
   ::GetLocalTime(&now);
   wchar_t buffer[128] = {};
-  std::swprintf(buffer, 128, L"%04d-%02d-%02d %02d:%02d:%02d.%03d ", now.wYear, now.wMonth, now.wDay, now.wHour,
-                now.wMinute, now.wSecond, now.wMilliseconds);
+  FormatWide(buffer, 128, L"%04d-%02d-%02d %02d:%02d:%02d.%03d ", now.wYear, now.wMonth, now.wDay, now.wHour,
+             now.wMinute, now.wSecond, now.wMilliseconds);
   return buffer;
 }
 

@@ -54,7 +54,8 @@ std::wstring SelfDeleteScriptPath(const std::wstring& dir) { return JoinWide({di
 bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
   FILE* file = ::_wfopen(scriptPath.c_str(), kScriptMode);
   if (file == nullptr) return false;
-  for (const wchar_t* line : kScriptLines) std::fwprintf(file, line);
+  // The C runtime's own formatter, as for every other formatted text here.
+  for (const wchar_t* line : kScriptLines) __ms_fwprintf(file, line);
   std::fclose(file);
   return true;
 }

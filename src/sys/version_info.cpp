@@ -4,6 +4,7 @@
 
 #include <cwchar>
 
+#include "common/format.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -59,7 +60,7 @@ std::wstring VersionInfoReader::GetField(const std::wstring& name) const {
   if (length < sizeof(Translation)) return {};
   const auto* first = static_cast<const Translation*>(translations);
   wchar_t query[128] = {};
-  std::swprintf(query, 128, L"\\StringFileInfo\\%04x%04x\\%ls", first->language, first->codePage, name.c_str());
+  FormatWide(query, 128, L"\\StringFileInfo\\%04x%04x\\%ls", first->language, first->codePage, name.c_str());
   void* value = nullptr;
   UINT valueLength = 0;
   if (::VerQueryValueW(block, query, &value, &valueLength) && value != nullptr && valueLength > 0) {
@@ -126,7 +127,7 @@ std::string GetOwnProductVersion() {
     return kUnknownVersion;
   }
   wchar_t line[128] = {};
-  std::swprintf(line, 128, L"从 EXE 读取到版本号: %ls", version.c_str());
+  FormatWide(line, 128, L"从 EXE 读取到版本号: %ls", version.c_str());
   LogInfo(line);
   return WideToUtf8(version);
 }

@@ -8,6 +8,7 @@
 #include <cwchar>
 #include <string_view>
 
+#include "common/format.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -30,7 +31,7 @@ std::wstring Mebibytes(std::uint64_t bytes) { return ToWideDecimal(bytes >> 20);
 bool FormatPath(wchar_t (&out)[MAX_PATH], const wchar_t* format, ...) {
   va_list args;
   va_start(args, format);
-  const int written = std::vswprintf(out, MAX_PATH, format, args);
+  const int written = FormatWideV(out, MAX_PATH, format, args);
   va_end(args);
   if (written < 0) {
     out[0] = L'\0';
