@@ -80,36 +80,50 @@ DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const st
   return exitCode;
 }
 
+namespace {
+
+// The texts one deletion method logs; the two methods differ only in these.
+struct ChildMethodTexts {
+  std::wstring_view executing;
+  std::wstring_view succeeded;
+  std::wstring_view verified;
+  std::wstring_view targetRemains;
+  std::wstring_view failedWithCode;
+};
+
+constexpr ChildMethodTexts kCmdTexts{kExecutingCommand, kChildSucceeded, kVerified, kChildTargetRemains,
+                                     kChildFailedWithCode};
+constexpr ChildMethodTexts kPowerShellTexts{kExecutingPowerShell, kPowerShellSucceeded, kVerifiedPowerShell,
+                                            kPowerShellTargetRemains, kPowerShellFailedWithCode};
+
+// Runs one method; true only when its child exited 0 and the target is gone.
+// A child that claims success while the target remains counts as failed.
+bool TryChildMethod(const ChildMethodTexts& texts, const std::wstring& command, const std::wstring& target,
+                    DWORD timeoutMs, const std::wstring& operation) {
+  LogInfo(JoinWide({texts.executing, command}));
+  const DWORD exitCode = RunChildProcess(command, timeoutMs, operation);
+  if (exitCode == 0) {
+    LogInfo(JoinWide({texts.succeeded, operation}));
+    if (TargetGone(target)) {
+      LogInfo(JoinWide({texts.verified, target}));
+      return true;
+    }
+    LogInfo(JoinWide({texts.targetRemains, target}));
+  } else if (exitCode != kChildFailed) {
+    // Start failures and time-outs were already logged by the runner.
+    LogInfo(JoinWide({texts.failedWithCode, ToWideDecimal(exitCode)}));
+  }
+  return false;
+}
+
+}  // namespace
+
 bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
                                    const std::wstring& target, DWORD timeoutMs, const std::wstring& operation) {
   LogInfo(JoinWide({kAttemptingTo, operation, kUsingChildProcess, target}));
-  LogInfo(JoinWide({kExecutingCommand, cmdCommand}));
-  const DWORD cmdExit = RunChildProcess(cmdCommand, timeoutMs, operation);
-  if (cmdExit == 0) {
-    LogInfo(JoinWide({kChildSucceeded, operation}));
-    if (TargetGone(target)) {
-      LogInfo(JoinWide({kVerified, target}));
-      return true;
-    }
-    LogInfo(JoinWide({kChildTargetRemains, target}));
-  } else if (cmdExit != kChildFailed) {
-    LogInfo(JoinWide({kChildFailedWithCode, ToWideDecimal(cmdExit)}));
-  }
-
+  if (TryChildMethod(kCmdTexts, cmdCommand, target, timeoutMs, operation)) return true;
   LogInfo(JoinWide({kTryingPowerShell, operation, kMethod}));
-  LogInfo(JoinWide({kExecutingPowerShell, powerShellCommand}));
-  const DWORD powerShellExit = RunChildProcess(powerShellCommand, timeoutMs, operation);
-  if (powerShellExit == 0) {
-    LogInfo(JoinWide({kPowerShellSucceeded, operation}));
-    if (TargetGone(target)) {
-      LogInfo(JoinWide({kVerifiedPowerShell, target}));
-      return true;
-    }
-    LogInfo(JoinWide({kPowerShellTargetRemains, target}));
-  } else if (powerShellExit != kChildFailed) {
-    LogInfo(JoinWide({kPowerShellFailedWithCode, ToWideDecimal(powerShellExit)}));
-  }
-
+  if (TryChildMethod(kPowerShellTexts, powerShellCommand, target, timeoutMs, operation)) return true;
   LogInfo(JoinWide({kAllMethodsFailed, operation, kMethodsFailedFor, target}));
   return false;
 }

@@ -9,10 +9,10 @@
 
 #include "staged_install.h"
 
+#include "common/product_keys.h"
+
 namespace oru::test {
 namespace {
-
-constexpr wchar_t kProductKey[] = L"SOFTWARE\\Oru.stravo";
 
 bool Has(const std::string& text, const std::string& fragment) { return text.find(fragment) != std::string::npos; }
 

@@ -7,16 +7,13 @@
 #include <fstream>
 #include <iterator>
 
+#include "common/product_keys.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr wchar_t kProductKey[] = L"SOFTWARE\\Oru.stravo";
-constexpr wchar_t kRegistrationKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo";
-constexpr wchar_t kClassesKey[] = L"SOFTWARE\\Classes\\orustravo";
-constexpr wchar_t kMakerKey[] = L"SOFTWARE\\Kelvane\\oru.stravo";
 constexpr wchar_t kUnrelatedKey[] = L"SOFTWARE\\Kelvane\\other.product";
 constexpr char kSentinelText[] = "not the product's: must survive\n";
 
@@ -37,7 +34,8 @@ void Copy(const std::wstring& from, const std::wstring& to) {
 }
 
 void DeleteProductKeys() {
-  for (const wchar_t* key : {kProductKey, kRegistrationKey, kClassesKey, kMakerKey, kUnrelatedKey}) {
+  for (const wchar_t* key :
+       {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, key);
   }
 }
@@ -98,9 +96,9 @@ StagedInstall::StagedInstall(const StageOptions& options) {
     SetValue(kProductKey, L"OruInstallPath", installPath);
     SetValue(kProductKey, L"pv", pv);
   }
-  SetValue(kRegistrationKey, L"UninstallString", L"\"" + exe + L"\"");
-  SetValue(kClassesKey, L"URL Protocol", L"");
-  SetValue(kMakerKey, L"channel", L"default");
+  SetValue(kUninstallRegistrationKey, L"UninstallString", L"\"" + exe + L"\"");
+  SetValue(kProductClassesKey, L"URL Protocol", L"");
+  SetValue(kMakerProductKey, L"channel", L"default");
   SetValue(kUnrelatedKey, L"keep", L"this key is not the product's");
 }
 

@@ -10,16 +10,13 @@
 #include <fstream>
 
 #include "staged_install.h"
+
+#include "common/product_keys.h"
 #include "support/child_process.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
 namespace {
-
-constexpr wchar_t kProductKey[] = L"SOFTWARE\\Oru.stravo";
-constexpr wchar_t kRegistrationKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo";
-constexpr wchar_t kClassesKey[] = L"SOFTWARE\\Classes\\orustravo";
-constexpr wchar_t kMakerKey[] = L"SOFTWARE\\Kelvane\\oru.stravo";
 
 using Env = std::map<std::wstring, std::wstring>;
 
@@ -66,8 +63,8 @@ TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUn
         "卸载成功！", "Tavrin SDK initialized successfully from temp directory"}) {
     EXPECT_TRUE(Has(log, line)) << line;
   }
-  EXPECT_FALSE(KeyExists(kClassesKey));
-  EXPECT_FALSE(KeyExists(kMakerKey));
+  EXPECT_FALSE(KeyExists(kProductClassesKey));
+  EXPECT_FALSE(KeyExists(kMakerProductKey));
   EXPECT_TRUE(KeyExists(kProductKey));
   EXPECT_EQ(install.SetupTrace(),
             Utf8(L"\"" + install.setupExe +
@@ -121,8 +118,8 @@ TEST(EndToEnd, EveryRowOfTheDecisionTable) {
     }
     const std::string log = install.FinalLog();
     for (const auto& line : row.lines) EXPECT_TRUE(Has(log, line)) << line;
-    EXPECT_EQ(KeyExists(kClassesKey), !row.keysRemoved);
-    EXPECT_EQ(KeyExists(kMakerKey), !row.keysRemoved);
+    EXPECT_EQ(KeyExists(kProductClassesKey), !row.keysRemoved);
+    EXPECT_EQ(KeyExists(kMakerProductKey), !row.keysRemoved);
     EXPECT_EQ(Has(install.TavrinTrace(), "uninstall_failed"), !row.keysRemoved);
   }
 }
@@ -201,8 +198,8 @@ TEST(EndToEnd, MissingRegistryValuesEndTheSequenceEarlyWithALoggedReason) {
   EXPECT_EQ(run.exitCode, 0u);
   EXPECT_TRUE(install.SentinelsIntact());
   EXPECT_TRUE(install.SetupTrace().empty());
-  EXPECT_TRUE(KeyExists(kClassesKey));
-  EXPECT_TRUE(KeyExists(kRegistrationKey));
+  EXPECT_TRUE(KeyExists(kProductClassesKey));
+  EXPECT_TRUE(KeyExists(kUninstallRegistrationKey));
   const std::string log = install.FinalLog();
   EXPECT_TRUE(Has(log, "Could not find required installation information in the registry (OruInstallPath or pv)."));
   EXPECT_TRUE(Has(log, "卸载器初始化失败！"));
