@@ -17,7 +17,8 @@ ensure_packages() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
 }
 
-# start_wine_prefix DIR: a fresh prefix at DIR, reporting Windows 10.
+# start_wine_prefix DIR: a fresh prefix at DIR, reporting Windows 10, whose
+# shell folders are its own (see sandbox_shell_folders).
 start_wine_prefix() {
   export WINEPREFIX="$1"
   export WINEDEBUG="${WINEDEBUG:--all}"
@@ -26,6 +27,23 @@ start_wine_prefix() {
   wineserver -p >/dev/null 2>&1 </dev/null &
   wine wineboot -i >/dev/null 2>&1 </dev/null
   wine winecfg -v win10 >/dev/null 2>&1 </dev/null
+  sandbox_shell_folders
+}
+
+# Wine links a new prefix's Desktop, Documents, Downloads, Music, Pictures,
+# Videos and Templates to the host's home. An uninstaller run gone wrong could
+# then delete the host user's files: each link becomes a real, empty folder, so
+# the damage stays inside the throwaway prefix. Fails when a link is left.
+sandbox_shell_folders() {
+  local users="$WINEPREFIX/drive_c/users" link
+  while IFS= read -r link; do
+    rm -f "$link" && mkdir -p "$link"
+  done < <(find "$users" -type l 2>/dev/null)
+  if [ -n "$(find "$users" -type l 2>/dev/null)" ]; then
+    echo "Wine prefix $WINEPREFIX still links outside itself:" >&2
+    find "$users" -type l >&2
+    return 1
+  fi
 }
 
 stop_wine_prefix() {
