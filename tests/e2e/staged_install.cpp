@@ -3,11 +3,13 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "common/product_keys.h"
+#include "common/strings.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
@@ -72,25 +74,34 @@ StagedInstall::StagedInstall(const StageOptions& options) {
   setupExe = versionDir + L"\\Installer\\setup.exe";
   uninstallDir = installPath + L"\\uninstall";
   exe = uninstallDir + L"\\oru_uninstall.exe";
-  sentinelBeside_ = fs::path(installPath).parent_path().wstring() + L"\\sentinel_beside.txt";
-  sentinelAbove_ = fs::path(installPath).parent_path().parent_path().wstring() + L"\\sentinel_above.txt";
+  currentDir = uninstallDir;
   setupTrace_ = traces_.Child(L"setup_trace.txt");
   tavrinTrace_ = traces_.Child(L"tavrin_trace.txt");
   dorvidTrace_ = traces_.Child(L"dorvid_trace.txt");
+  foreignTrace_ = traces_.Child(L"foreign_setup_trace.txt");
 
   RemoveTree(installPath);
   DeleteProductKeys();
 
   Copy(BinFile(L"oru_uninstall.exe"), exe);
   if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
-  if (!options.tavrinLibrary.empty()) Copy(BinFile(options.tavrinLibrary), versionDir + L"\\tavrin_sdk.dll");
-  if (options.dorvidLibrary) Copy(BinFile(L"dorvid.dll"), versionDir + L"\\dorvid.dll");
-  for (const wchar_t* companion : {L"crellix_logger.dll", L"vantor.dll", L"client_extension.dll"}) {
-    WriteText(versionDir + L"\\" + companion, "companion library stand-in\n");
+  if (!options.leftoversOnly) {
+    if (!options.tavrinLibrary.empty()) Copy(BinFile(options.tavrinLibrary), versionDir + L"\\tavrin_sdk.dll");
+    if (options.dorvidLibrary) Copy(BinFile(L"dorvid.dll"), versionDir + L"\\dorvid.dll");
+    for (const wchar_t* companion : {L"crellix_logger.dll", L"vantor.dll", L"client_extension.dll"}) {
+      WriteText(versionDir + L"\\" + companion, "companion library stand-in\n");
+    }
+    WriteText(versionDir + L"\\resources\\locale\\zh-CN.pak", "browser component file\n");
   }
-  WriteText(versionDir + L"\\resources\\locale\\zh-CN.pak", "browser component file\n");
-  WriteText(sentinelBeside_, kSentinelText);
-  WriteText(sentinelAbove_, kSentinelText);
+  wchar_t temp[MAX_PATH] = {};
+  ::GetTempPathW(MAX_PATH, temp);
+  const fs::path parent = fs::path(installPath).parent_path();
+  for (const auto& sentinel :
+       {parent.wstring() + L"\\sentinel_beside.txt", parent.parent_path().wstring() + L"\\sentinel_above.txt",
+        std::wstring(temp) + L"oru_sentinel.txt", productRoot_ + L"\\User Data\\Default\\Preferences"}) {
+    AddSentinel(sentinel);
+  }
+  PlantForeignProduct(LocalAppData() + L"\\Other Vendor\\App");
 
   if (options.registryValues) {
     SetValue(kProductKey, L"OruInstallPath", installPath);
@@ -103,13 +114,42 @@ StagedInstall::StagedInstall(const StageOptions& options) {
 }
 
 StagedInstall::~StagedInstall() {
+  links_.clear();
   RemoveTree(installPath);
   DeleteProductKeys();
-  ::DeleteFileW(sentinelBeside_.c_str());
-  ::DeleteFileW(sentinelAbove_.c_str());
+  for (auto it = planted_.rbegin(); it != planted_.rend(); ++it) RemoveTree(*it);
 }
 
-RunResult StagedInstall::Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env) {
+void StagedInstall::Plant(const std::wstring& path) {
+  fs::path outermost;
+  for (fs::path at(path); at.has_relative_path() && !Exists(at.wstring()); at = at.parent_path()) outermost = at;
+  if (!outermost.empty()) planted_.push_back(outermost.wstring());
+}
+
+void StagedInstall::AddSentinel(const std::wstring& path) {
+  Plant(path);
+  WriteText(path, kSentinelText);
+  sentinels_[path] = kSentinelText;
+}
+
+void StagedInstall::PlantForeignProduct(const std::wstring& dir) {
+  AddSentinel(dir + L"\\keep.txt");
+  const std::wstring installer = dir + L"\\Installer";
+  Plant(installer);
+  Copy(BinFile(L"setup_stub.exe"), installer + L"\\setup.exe");
+  WriteText(installer + L"\\trace_path.txt", WideToUtf8(foreignTrace_));
+  for (const auto& file : {installer + L"\\setup.exe", installer + L"\\trace_path.txt"}) {
+    sentinels_[file] = ReadFileBytes(file);
+  }
+}
+
+bool StagedInstall::Link(const std::wstring& link, const std::wstring& target) {
+  links_.push_back(std::make_unique<DirectoryLink>(link, target));
+  return links_.back()->Made();
+}
+
+RunResult StagedInstall::Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env,
+                             const std::function<void()>& whileRunning) {
   std::map<std::wstring, std::wstring> all{
       {L"ORU_SETUP_STUB_TRACE", setupTrace_}, {L"ORU_TAVRIN_TRACE", tavrinTrace_}, {L"ORU_DORVID_TRACE", dorvidTrace_}};
   for (const auto& [name, value] : env) all[name] = value;
@@ -121,8 +161,9 @@ RunResult StagedInstall::Run(const std::wstring& args, const std::map<std::wstri
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info{};
   const DWORD start = ::GetTickCount();
-  if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, uninstallDir.c_str(), &startup,
+  if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, currentDir.c_str(), &startup,
                        &info)) {
+    if (whileRunning) whileRunning();
     ::WaitForSingleObject(info.hProcess, 90000);
     ::GetExitCodeProcess(info.hProcess, &result.exitCode);
     ::CloseHandle(info.hThread);
@@ -146,8 +187,14 @@ std::string StagedInstall::ReadFileBytes(const std::wstring& path) {
 }
 
 bool StagedInstall::SentinelsIntact() const {
-  return ReadFileBytes(sentinelBeside_) == kSentinelText && ReadFileBytes(sentinelAbove_) == kSentinelText &&
-         ReadValue(kUnrelatedKey, L"keep") == L"this key is not the product's";
+  bool intact = ReadValue(kUnrelatedKey, L"keep") == L"this key is not the product's";
+  for (const auto& [path, bytes] : sentinels_) {
+    if (ReadFileBytes(path) != bytes) {
+      std::fprintf(stderr, "sentinel changed or gone: %ls\n", path.c_str());
+      intact = false;
+    }
+  }
+  return intact;
 }
 
 std::vector<std::wstring> StagedInstall::Remaining(const std::wstring& relative) const {

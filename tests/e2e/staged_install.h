@@ -6,15 +6,20 @@
 //   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\Installer\setup.exe  (stand-in)
 //   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\<the five libraries>  (stand-ins)
 //   %LOCALAPPDATA%\Oru.stravo\Application\uninstall\oru_uninstall.exe
-// with the registry keys the uninstaller reads and deletes, and sentinel
-// files and keys beside and above it that must survive every run.
+// with the registry keys the uninstaller reads and deletes, and sentinels
+// outside it that must survive every run: beside and above it, in %TEMP%, in
+// the browser profile (Oru.stravo\User Data) and in another vendor's product
+// (%LOCALAPPDATA%\Other Vendor\App) that has its own Installer\setup.exe.
 
 #include <windows.h>
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "support/directory_link.h"
 #include "support/temp_dir.h"
 
 namespace oru::test {
@@ -26,6 +31,8 @@ struct StageOptions {
   std::wstring tavrinLibrary = L"tavrin_sdk.dll";  // stand-in to stage as tavrin_sdk.dll; empty: none
   bool dorvidLibrary = true;
   bool registryValues = true;  // OruInstallPath and pv
+  // Only what a failed browser uninstall leaves: uninstall\ and <pv>\Installer\setup.exe.
+  bool leftoversOnly = false;
 };
 
 struct RunResult {
@@ -40,8 +47,10 @@ class StagedInstall {
   StagedInstall(const StagedInstall&) = delete;
   StagedInstall& operator=(const StagedInstall&) = delete;
 
-  // Runs uninstall\oru_uninstall.exe with `args`; the stand-ins read `env`.
-  RunResult Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env = {});
+  // Runs `exe` in `currentDir` with `args`; the stand-ins read `env`.
+  // `whileRunning` is called once the process has started, before the wait.
+  RunResult Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env = {},
+                const std::function<void()>& whileRunning = {});
 
   // The log the run left: the file that OruInstallLogPath names, read whole.
   [[nodiscard]] std::string FinalLog() const;
@@ -51,20 +60,35 @@ class StagedInstall {
   [[nodiscard]] std::string TavrinTrace() const { return ReadFileBytes(tavrinTrace_); }
   [[nodiscard]] std::string DorvidTrace() const { return ReadFileBytes(dorvidTrace_); }
 
-  // True when both sentinels and the unrelated registry key are untouched.
+  // True when every sentinel is byte-identical and the unrelated registry key untouched.
   [[nodiscard]] bool SentinelsIntact() const;
+
+  // Writes a sentinel file (and its folders); removed with the staging.
+  void AddSentinel(const std::wstring& path);
+  // Another vendor's product in dir: a sentinel and Installer\setup.exe, a
+  // setup stand-in whose runs land in ForeignTrace(). Removed with the staging.
+  void PlantForeignProduct(const std::wstring& dir);
+  [[nodiscard]] std::string ForeignTrace() const { return ReadFileBytes(foreignTrace_); }
+  // A directory link, removed (before anything else) with the staging; false
+  // when it could not be made.
+  bool Link(const std::wstring& link, const std::wstring& target);
 
   // Entries left in the installation directory, "[DIR] name" / "[FILE] name".
   [[nodiscard]] std::vector<std::wstring> Remaining(const std::wstring& relative = L"") const;
 
-  std::wstring installPath, pv, versionDir, setupExe, uninstallDir, exe;
+  std::wstring installPath, pv, versionDir, setupExe, uninstallDir, exe, currentDir;
 
  private:
   static std::string ReadFileBytes(const std::wstring& path);
+  // Records the outermost folder of path that does not exist yet, for removal.
+  void Plant(const std::wstring& path);
 
-  std::wstring productRoot_, sentinelBeside_, sentinelAbove_;
+  std::wstring productRoot_;
   TempDir traces_;
-  std::wstring setupTrace_, tavrinTrace_, dorvidTrace_;
+  std::wstring setupTrace_, tavrinTrace_, dorvidTrace_, foreignTrace_;
+  std::map<std::wstring, std::string> sentinels_;
+  std::vector<std::wstring> planted_;
+  std::vector<std::unique_ptr<DirectoryLink>> links_;
 };
 
 // Registry helpers for HKCU.

@@ -6,8 +6,7 @@
 
 #include <string>
 
-#include "common/strings.h"
-#include "common/unique_handle.h"
+#include "support/directory_link.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "workspace/temp_directory_manager.h"
@@ -16,57 +15,9 @@
 namespace oru {
 namespace {
 
+using test::DirectoryLink;
 using test::Exists;
 using test::TempDir;
-
-// Under Wine a Linux symbolic link to a directory shows as a directory
-// reparse point, as a junction does on Windows. Wine names the Linux path,
-// and starts Linux programs through CreateProcessW, with no handle to wait on.
-std::wstring UnixPath(const std::wstring& path) {
-  using ToUnix = char*(CDECL*)(const wchar_t*);
-  const auto toUnix = GetProcAs<ToUnix>(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
-  char* name = toUnix == nullptr ? nullptr : toUnix(path.c_str());
-  if (name == nullptr) return {};
-  const std::wstring wide = Utf8ToWide(name);
-  ::HeapFree(::GetProcessHeap(), 0, name);
-  return wide;
-}
-
-void RunUnix(const std::wstring& program, const std::wstring& arguments) {
-  std::wstring commandLine = L"/bin/" + program + L" " + arguments;
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION info{};
-  if (::CreateProcessW((L"Z:\\bin\\" + program).c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       nullptr, &startup, &info)) {
-    UniqueHandle process(info.hProcess), thread(info.hThread);
-  }
-}
-
-// A directory link made from the Linux side (polled for up to five seconds),
-// removed again without touching its target.
-class DirectoryLink {
- public:
-  DirectoryLink(const std::wstring& link, const std::wstring& target) {
-    const size_t slash = link.rfind(L'\\');
-    const std::wstring parent = UnixPath(link.substr(0, slash)), unixTarget = UnixPath(target);
-    if (parent.empty() || unixTarget.empty()) return;
-    unix_ = parent + L"/" + link.substr(slash + 1);
-    RunUnix(L"ln", L"-s \"" + unixTarget + L"\" \"" + unix_ + L"\"");
-    for (int i = 0; i < 100 && !made_; ++i, ::Sleep(50)) {
-      const DWORD attributes = ::GetFileAttributesW(link.c_str());
-      made_ = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    }
-  }
-  ~DirectoryLink() {
-    if (!unix_.empty()) RunUnix(L"rm", L"-f \"" + unix_ + L"\"");
-  }
-  [[nodiscard]] bool Made() const { return made_; }
-
- private:
-  std::wstring unix_;
-  bool made_ = false;
-};
 
 // Links to the user's documents, one inside a workspace and one named like
 // another run's workspace, must leave the documents whole.

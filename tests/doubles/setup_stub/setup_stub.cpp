@@ -4,7 +4,11 @@
 //
 //   ORU_SETUP_STUB_TRACE         a file to which it appends its own command
 //                                line (GetCommandLineW) as one UTF-8 line
-//                                ending in "\n"; nothing written when unset
+//                                ending in "\n"; nothing written when unset.
+//                                A copy with a file trace_path.txt beside it
+//                                appends to the file named there (UTF-8)
+//                                instead: another vendor's setup.exe, whose
+//                                every run a test must notice
 //   ORU_SETUP_STUB_EXIT_CODE     its exit code, unsigned decimal (default 19,
 //                                a successful uninstall)
 //   ORU_SETUP_STUB_REGISTRATION  what it does to the product's uninstall
@@ -60,6 +64,22 @@ void AppendTrace(const std::wstring& tracePath) {
   ::CloseHandle(file);
 }
 
+// trace_path.txt beside this program, read whole, or empty.
+std::wstring TraceRedirection() {
+  wchar_t self[MAX_PATH] = {};
+  ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+  HANDLE file = ::CreateFileW((std::filesystem::path(self).parent_path() / L"trace_path.txt").c_str(), GENERIC_READ,
+                              FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {};
+  char utf8[1024] = {};
+  DWORD read = 0;
+  ::ReadFile(file, utf8, sizeof(utf8) - 1, &read, nullptr);
+  ::CloseHandle(file);
+  wchar_t wide[1024] = {};
+  ::MultiByteToWideChar(CP_UTF8, 0, utf8, static_cast<int>(read), wide, 1023);
+  return wide;
+}
+
 void ChangeRegistration(const std::wstring& mode) {
   if (mode == L"remove") {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kRegistrationKey);
@@ -101,7 +121,8 @@ void RemoveProductFiles() {
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   ::Sleep(static_cast<DWORD>(std::wcstoul(Setting(L"ORU_SETUP_STUB_DELAY_MS", L"0").c_str(), nullptr, 10)));
-  const std::wstring tracePath = Setting(L"ORU_SETUP_STUB_TRACE", L"");
+  const std::wstring redirected = TraceRedirection();
+  const std::wstring tracePath = redirected.empty() ? Setting(L"ORU_SETUP_STUB_TRACE", L"") : redirected;
   if (!tracePath.empty()) AppendTrace(tracePath);
   ChangeRegistration(Setting(L"ORU_SETUP_STUB_REGISTRATION", L"remove"));
   if (Setting(L"ORU_SETUP_STUB_REMOVE_FILES", L"") == L"1") RemoveProductFiles();

@@ -1,0 +1,259 @@
+// Damaged and hostile installations through the real executable: records,
+// links and folder shapes that would lead the uninstaller outside its own
+// installation. Whatever the row, everything outside the product stays
+// byte-identical, no other vendor's setup.exe starts, the run exits 0 and the
+// registry names a log that exists.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <knownfolders.h>
+#include <shlobj.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+
+#include "staged_install.h"
+
+#include "common/product_keys.h"
+#include "common/strings.h"
+#include "remove/self_delete_script.h"
+#include "support/test_paths.h"
+
+namespace oru::test {
+namespace {
+
+using Env = std::map<std::wstring, std::wstring>;
+
+constexpr wchar_t kPv[] = L"1.4.2.7";
+// A failed browser uninstall (20) is the answer after which the uninstaller
+// cleans up the installation and may start the self-deleting script.
+const Env kFailedBrowserUninstall{{L"ORU_SETUP_STUB_EXIT_CODE", L"20"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}};
+
+std::wstring KnownFolder(REFKNOWNFOLDERID id) {
+  PWSTR path = nullptr;
+  std::wstring result;
+  if (SUCCEEDED(::SHGetKnownFolderPath(id, 0, nullptr, &path))) result = path;
+  ::CoTaskMemFree(path);
+  return result;
+}
+
+std::wstring TempFolder() {
+  wchar_t temp[MAX_PATH] = {};
+  ::GetTempPathW(MAX_PATH, temp);
+  std::wstring path(temp);
+  return path.substr(0, path.size() - 1);
+}
+
+std::wstring LocalAppData() { return KnownFolder(FOLDERID_LocalAppData); }
+
+// True when the self-deleting script was started for dir. A script started
+// by mistake is waited for, so that its damage shows in this row's sentinels
+// and cannot reach the next row's staging.
+bool SelfDeleteStarted(const std::wstring& dir) {
+  const std::wstring script = SelfDeleteScriptPath(dir);
+  if (!Exists(script)) return false;
+  for (int i = 0; i < 400 && Exists(script); ++i) ::Sleep(100);
+  return true;
+}
+
+// What every row asserts. `doomed` is the folder a self-deleting script
+// would be started for.
+void ExpectContained(const StagedInstall& install, const RunResult& run, const std::wstring& doomed,
+                     bool selfDeletes = false) {
+  EXPECT_EQ(SelfDeleteStarted(doomed), selfDeletes) << WideToUtf8(doomed);
+  EXPECT_EQ(run.exitCode, 0u);
+  EXPECT_TRUE(install.SentinelsIntact());
+  EXPECT_EQ(install.ForeignTrace(), "") << "another vendor's setup.exe was started";
+  EXPECT_EQ(install.FinalLog().rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u)
+      << "no log at " << WideToUtf8(install.FinalLogPath());
+}
+
+// Each record is refused and so treated as a missing one: nothing run,
+// nothing deleted, the log beside the uninstaller. Where the record leads,
+// another vendor's product waits with its own setup.exe; relative records
+// resolve, from the uninstaller's current folder, to the real installation.
+TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
+  const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application";
+  struct Row {
+    std::wstring path, pv;
+    std::wstring bait;  // where a foreign product is planted
+    std::wstring cwd;
+  };
+  const std::wstring none;
+  std::vector<Row> rows = {
+      {L".", kPv, none, app},
+      {L"Oru.stravo\\Application", kPv, none, local},
+      {L"..\\Application", kPv, none, app},
+      {app + L"\\..\\Application", kPv, none, none},
+      {L"\\\\?\\" + app, kPv, none, none},
+      {L"\\\\.\\" + app, kPv, none, none},
+      {L"\\\\localhost\\C$" + app.substr(2), kPv, none, none},
+      {L"C:\\", kPv, L"C:\\1.4.2.7", none},
+      {app, L".", app, none},
+      {app, L"..", local + L"\\Oru.stravo", none},
+      {app, L"1.0/../..", local + L"\\Oru.stravo", none},
+      {app, L"..\\..\\Other Vendor\\App", none, none},  // staged with every installation
+      {app, L"1.0.", app + L"\\1.0", none},
+      {app, L"1.0 ", app + L"\\1.0", none},
+  };
+  wchar_t windows[MAX_PATH] = {};
+  ::GetWindowsDirectoryW(windows, MAX_PATH);
+  const std::wstring profile = KnownFolder(FOLDERID_Profile);
+  for (const std::wstring& folder :
+       {profile, std::filesystem::path(profile).parent_path().wstring(), local, KnownFolder(FOLDERID_RoamingAppData),
+        TempFolder(), KnownFolder(FOLDERID_Desktop), KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads),
+        std::wstring(windows), KnownFolder(FOLDERID_ProgramFiles)}) {
+    // A prefix whose shell folders still lead to the host's home is no place for these rows.
+    ASSERT_EQ(::GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u) << WideToUtf8(folder);
+    rows.push_back({folder, kPv, folder + L"\\" + kPv, none});
+  }
+  for (const Row& row : rows) {
+    SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + row.path + L", pv " + row.pv));
+    StagedInstall install;
+    if (!row.bait.empty()) install.PlantForeignProduct(row.bait);
+    if (!row.cwd.empty()) install.currentDir = row.cwd;
+    SetValue(kProductKey, kInstallPathValue, row.path);
+    SetValue(kProductKey, kProductVersionValue, row.pv);
+    const auto before = install.Remaining(), versionBefore = install.Remaining(kPv);
+
+    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), app);
+    EXPECT_FALSE(SelfDeleteStarted(install.currentDir));
+    EXPECT_EQ(install.SetupTrace(), "");
+    EXPECT_EQ(install.Remaining(), before);
+    EXPECT_EQ(install.Remaining(kPv), versionBefore);
+    EXPECT_TRUE(KeyExists(kUninstallRegistrationKey));
+    EXPECT_TRUE(KeyExists(kProductClassesKey));
+    EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
+  }
+}
+
+// The legitimate installation, its path written with forward slashes and a
+// trailing separator: the normal form reaches setup.exe, the script removes
+// the installation, and the log survives elsewhere.
+TEST(Containment, NormalisableInstallPathStillUninstallsCompletely) {
+  StagedInstall install;
+  std::wstring path = install.installPath + L"/";
+  std::replace(path.begin(), path.end(), L'\\', L'/');
+  SetValue(kProductKey, kInstallPathValue, path);
+  Env env = kFailedBrowserUninstall;
+  env[L"ORU_SETUP_STUB_REMOVE_FILES"] = L"1";
+
+  ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath, true);
+  EXPECT_EQ(install.SetupTrace().rfind(WideToUtf8(L"\"" + install.setupExe + L"\" --uninstall"), 0), 0u)
+      << install.SetupTrace();
+  std::vector<std::wstring> left;
+  for (int i = 0; i < 400 && !(left = install.Remaining()).empty(); ++i) ::Sleep(100);
+  EXPECT_TRUE(left.empty()) << left.size();
+  EXPECT_FALSE(EqualsIgnoreCase(install.FinalLogPath().substr(0, install.installPath.size()), install.installPath));
+}
+
+// A link at each level, each to another vendor's product whose files must
+// stay whole. A link on the record's own path refuses the record; any other
+// is left alone, and the self-deleting script never starts past one.
+TEST(Containment, LinksAreNeverEntered) {
+  const std::wstring target = LocalAppData() + L"\\Linked Vendor\\App", logs = TempFolder() + L"\\OruSetupLogs";
+  struct Row {
+    const char* name;
+    bool setupRuns;      // the record still holds
+    bool leftoversOnly;  // the shape after which the script would start, but for the link
+    std::function<bool(StagedInstall&)> link;
+  };
+  const Row rows[] = {
+      {"inside the version folder", true, true,
+       [&](StagedInstall& i) { return i.Link(i.versionDir + L"\\linked", target); }},
+      {"as the version folder", false, true,
+       [&](StagedInstall& i) {
+         RemoveTree(i.versionDir);
+         return i.Link(i.versionDir, target);
+       }},
+      {"as Installer", false, true,
+       [&](StagedInstall& i) {
+         RemoveTree(i.versionDir + L"\\Installer");
+         return i.Link(i.versionDir + L"\\Installer", target + L"\\Installer");
+       }},
+      {"as the installation folder", false, true,
+       [&](StagedInstall& i) {
+         SetValue(kProductKey, kInstallPathValue, LocalAppData() + L"\\Oru Link");
+         return i.Link(LocalAppData() + L"\\Oru Link", i.installPath);
+       }},
+      {"inside uninstall", true, true, [&](StagedInstall& i) { return i.Link(i.uninstallDir + L"\\linked", target); }},
+      {"as uninstall, the uninstaller behind it", true, true,
+       [&](StagedInstall& i) {
+         i.AddSentinel(target + L"\\uninstall\\user file.txt");
+         ::CopyFileW(i.exe.c_str(), (target + L"\\uninstall\\oru_uninstall.exe").c_str(), FALSE);
+         RemoveTree(i.uninstallDir);
+         return i.Link(i.uninstallDir, target + L"\\uninstall");
+       }},
+      {"as %TEMP%\\OruSetupLogs, a foreign oru_uninstall.log behind it", true, false,
+       [&](StagedInstall& i) {
+         i.AddSentinel(target + L"\\oru_uninstall.log");
+         RemoveTree(logs);
+         return i.Link(logs, target);
+       }},
+      {"named like a stale workspace", true, false,
+       [&](StagedInstall& i) { return i.Link(TempFolder() + L"\\OruSetup_99998", target); }},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    StageOptions options;
+    options.leftoversOnly = row.leftoversOnly;
+    StagedInstall install(options);
+    install.PlantForeignProduct(target);
+    if (!row.link(install)) GTEST_SKIP() << "directory links can only be made under Wine here";
+
+    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), install.installPath);
+    EXPECT_EQ(!install.SetupTrace().empty(), row.setupRuns);
+    EXPECT_FALSE(Exists(target + L"\\uninstall\\oru_uninstall.log")) << "log written through a link";
+  }
+}
+
+// The script is for this uninstaller's own installation only. Both rows
+// leave a folder that holds nothing but an uninstall folder, the shape that
+// qualifies it.
+TEST(Containment, SelfDeleteOnlyForItsOwnInstallation) {
+  const std::wstring userFolder = LocalAppData() + L"\\User Project";
+  {
+    SCOPED_TRACE("% in the install path");
+    StageOptions options;
+    options.installPath = LocalAppData() + L"\\Oru.stravo\\Oru %TEMP% App";
+    options.leftoversOnly = true;
+    StagedInstall install(options);
+    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), install.installPath);
+    EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{L"[DIR] uninstall"});
+  }
+  {
+    SCOPED_TRACE("the uninstaller outside a user folder the record names, setup.exe missing");
+    StagedInstall install;
+    install.AddSentinel(userFolder + L"\\Uninstall\\notes.txt");
+    SetValue(kProductKey, kInstallPathValue, userFolder);
+    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), userFolder);
+    EXPECT_EQ(install.SetupTrace(), "");
+  }
+}
+
+// A second uninstaller started while the first waits for setup.exe leaves the
+// first one's log alone and runs nothing.
+TEST(Containment, OneUninstallerAtATime) {
+  StagedInstall install;
+  const Env env{{L"ORU_SETUP_STUB_DELAY_MS", L"4000"}, {L"ORU_SETUP_STUB_EXIT_CODE", L"19"}};
+  const std::wstring runLog = TempFolder() + L"\\OruSetupLogs\\oru_uninstall.log";
+  RunResult second;
+  const RunResult first = install.Run(L"--silent-oru", env, [&] {
+    for (int i = 0; i < 200 && !Exists(runLog); ++i) ::Sleep(50);
+    ASSERT_TRUE(Exists(runLog));
+    second = install.Run(L"--silent-oru --keep-user-data", env);
+  });
+  ExpectContained(install, first, install.installPath);
+  EXPECT_EQ(second.exitCode, 0u);
+  EXPECT_LT(second.elapsedMs, 4000u);
+  const std::string trace = install.SetupTrace(), log = install.FinalLog();
+  EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 1) << trace;
+  // The runs differ in one option, which each run's log repeats near its
+  // start: the first run's log is whole and holds nothing of the second.
+  EXPECT_NE(log.find("是否保留用户数据: 0"), std::string::npos) << log;
+  EXPECT_EQ(log.find("是否保留用户数据: 1"), std::string::npos) << log;
+}
+
+}  // namespace
+}  // namespace oru::test
