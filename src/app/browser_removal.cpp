@@ -52,7 +52,7 @@ constexpr std::array<ExitCodeMeaning, 13> kExitCodeMeanings{{
     {22, L"I don't know what happened (it shouldn't have happened)", nullptr, nullptr, nullptr, 0, false},
     {29, L"Uninstallation requires a restart", nullptr, nullptr, nullptr, 0, false},
     // The busy line is written twice on purpose.
-    {kSetupAlreadyRunning, kSetupBusyLine, kSetupBusyLine, L"已有安装器或者卸载器在运行，请稍后再尝试！", L"提示",
+    {kSetupAlreadyRunning, kSetupBusyLine, kSetupBusyLine, kBusyNoticeText, kBusyNoticeCaption,
      MB_OK | MB_ICONINFORMATION, false},
     {kSetupMissing, L"没有找到 setup.exe 文件", L"setup.exe 文件缺失", L"setup 文件缺失", L"错误", MB_OK | MB_ICONERROR,
      false},

@@ -19,6 +19,11 @@ inline constexpr std::uint32_t kBrowserUninstallFailed = 20;
 inline constexpr std::uint32_t kSetupAlreadyRunning = 60;
 inline constexpr std::uint32_t kSetupMissing = 333;
 
+// The notice for code 60, also shown by a second uninstaller started while
+// one is at work.
+inline constexpr wchar_t kBusyNoticeText[] = L"已有安装器或者卸载器在运行，请稍后再尝试！";
+inline constexpr wchar_t kBusyNoticeCaption[] = L"提示";
+
 // <install>\<pv>\Installer\setup.exe.
 [[nodiscard]] std::wstring SetupPath(const InstallationRecord& installation);
 // <install>\uninstall\chrome_uninstall.log.

@@ -2,12 +2,12 @@
 
 #include <windows.h>
 
+#include "app/installation_lookup.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "sys/process.h"
-#include "sys/registry.h"
 #include "telemetry/event_reporter.h"
 
 namespace oru {
@@ -41,8 +41,7 @@ bool StopRunningApp(const UninstallContext& context) {
 unsigned StopAppAndFindInstallation(UninstallContext& context) {
   if (!StopRunningApp(context)) return kAppKillFailed;
 
-  context.install_path = ReadRegistryString(HKEY_CURRENT_USER, kProductKey, kInstallPathValue);
-  context.pv = ReadRegistryString(HKEY_CURRENT_USER, kProductKey, kProductVersionValue);
+  static_cast<InstallationRecord&>(context) = ReadInstallationRecord();
   if (context.install_path.empty() || context.pv.empty()) {
     LogInfo(L"Could not find required installation information in the registry (OruInstallPath or pv).");
     return kInstallationInfoMissing;

@@ -4,20 +4,23 @@
 #include <shellscalingapi.h>
 #include <shlwapi.h>
 
-#include <cwchar>
 #include <memory>
 
-#include "common/format.h"
+#include "app/browser_removal.h"
+#include "app/installation_lookup.h"
 #include "app/options.h"
 #include "app/uninstall_context.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
+#include "common/links.h"
+#include "common/path_rules.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
+#include "log/timestamp.h"
 #include "remove/self_delete_script.h"
-#include "sys/registry.h"
+#include "sys/path_forms.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
 #include "workspace/temp_directory_manager.h"
@@ -32,16 +35,8 @@ constexpr DWORD kReportDeliveryWaitMs = 1000;
 constexpr DWORD kLibraryUnloadWaitMs = 500;
 constexpr std::wstring_view kKeptLogFolderPrefix = L"kept_";
 constexpr std::wstring_view kLogKeptOutside = L"Log kept outside the directory being removed: ";
-
-// Local time as yyyyMMdd_hhmmss_mmm, for a folder name of its own.
-std::wstring GetTimestampForName() {
-  SYSTEMTIME now{};
-  ::GetLocalTime(&now);
-  wchar_t buffer[32] = {};
-  FormatWide(buffer, 32, L"%04u%02u%02u_%02u%02u%02u_%03u", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
-             now.wSecond, now.wMilliseconds);
-  return buffer;
-}
+constexpr std::wstring_view kLogKeptFromLink = L"Log kept out of a folder reached through a link: ";
+constexpr wchar_t kInstanceMutexName[] = L"Local\\Oru.stravo.Uninstaller";
 
 // The uninstaller's own directory, or empty when its path is unavailable or
 // would not fit MAX_PATH (GetModuleFileNameW truncates silently).
@@ -129,39 +124,71 @@ void ListRemainingContents(const std::wstring& installPath) {
   } while (::FindNextFileW(find.get(), &entry));
 }
 
-bool IsInsideDirectory(const std::wstring& path, const std::wstring& directory) {
-  return path.size() > directory.size() && path[directory.size()] == L'\\' &&
-         EqualsIgnoreCase(std::wstring_view(path).substr(0, directory.size()), directory);
+// The script ends in "rd /s /q", which follows links and lets the command
+// interpreter expand "%": it is started only for this uninstaller's own
+// installation, free of links. Returns why not, or empty.
+std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstring& ownDirectory) {
+  const std::wstring ownFolder = JoinWide({installPath, L"\\", kUninstallFolderName});
+  if (!EqualsIgnoreCase(LongPathForm(ownDirectory), LongPathForm(ownFolder))) {
+    return L"the uninstaller does not run from " + ownFolder;
+  }
+  if (installPath.find(L'%') != std::wstring::npos) return L"the path holds %, which the script would expand";
+  std::wstring offender = IsLink(installPath) ? installPath : std::wstring();
+  if (!offender.empty() || !IsTreeFreeOfLinks(installPath, offender)) {
+    return L"a link, or a folder that cannot be listed, lies in it: " + offender;
+  }
+  return {};
 }
 
-// The log normally ends beside the uninstaller. When the script is about to
-// remove the directory the uninstaller lives in, the log would go with it:
-// it is kept in a folder of its own next to the run-time log instead, and the
-// registry records that place as usual.
-void KeepLogOutOf(const std::wstring& doomedDirectory, const std::wstring& ownDirectory) {
-  if (!IsInsideDirectory(ownDirectory, doomedDirectory) && !EqualsIgnoreCase(ownDirectory, doomedDirectory)) return;
+// The log normally ends beside the uninstaller. It goes to a folder of its
+// own next to the run-time log instead when that place is about to be
+// removed by the script, or is reached through a link (the log would land in
+// whatever the link points to); the registry records the place as usual.
+void KeepLogSafe(const std::wstring& ownDirectory, const std::wstring& doomedDirectory) {
+  std::wstring reason;
+  if (!doomedDirectory.empty() && IsSameOrInside(NormalizePath(ownDirectory), doomedDirectory)) {
+    reason = kLogKeptOutside;
+  } else if (IsLink(ownDirectory) || IsLink(JoinWide({ownDirectory, L"\\", kLogFileName}))) {
+    reason = kLogKeptFromLink;
+  } else {
+    return;
+  }
   const std::wstring runLog = SetupLogger::Instance().LogPath();
   const size_t slash = runLog.rfind(L'\\');
   if (slash == std::wstring::npos) return;
   const std::wstring keptDirectory =
       runLog.substr(0, slash) + L"\\" + std::wstring(kKeptLogFolderPrefix) + GetTimestampForName();
-  LogInfo(std::wstring(kLogKeptOutside) + keptDirectory);
+  LogInfo(reason + keptDirectory);
   SetupLogger::Instance().SetFinalLogPath(keptDirectory);
 }
 
-void RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownDirectory) {
+// True when the script was started for installPath.
+bool RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownDirectory) {
   LogInfo(L"检查是否需要自毁卸载，安装路径: " + installPath);
   if (NeedsSelfDeleteUninstall(installPath)) {
+    const std::wstring refusal = SelfDeleteRefusal(installPath, ownDirectory);
+    if (!refusal.empty()) {
+      LogWarning(L"Self-deleting script not started, the installation directory stays: " + refusal);
+      return false;
+    }
     LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     CreateAndRunSelfDeleteDirScript(installPath);
     LogInfo(L"自毁脚本已启动（延迟2秒后执行）");
-    KeepLogOutOf(installPath, ownDirectory);
-    return;
+    return true;
   }
   LogInfo(L"❌ 不需要自毁卸载！安装目录下还有其他文件或文件夹");
   // Without an install path "\*" would list the current drive's root, which
   // is not the product's: nothing to show then.
   if (!installPath.empty()) ListRemainingContents(installPath);
+  return false;
+}
+
+// A second uninstaller must not run setup.exe again nor write into the
+// first one's log: it tells the user and leaves. The mutex lives as long as
+// this process holds its handle.
+bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
+  instanceLock.reset(::CreateMutexW(nullptr, FALSE, kInstanceMutexName));
+  return instanceLock && ::GetLastError() == ERROR_ALREADY_EXISTS;
 }
 
 }  // namespace
@@ -169,6 +196,16 @@ void RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath
 int RunUninstaller() {
   const std::wstring ownDirectory = OwnDirectory();
   if (ownDirectory.empty()) return 1;
+
+  UniqueHandle instanceLock;
+  if (AnotherUninstallerRunning(instanceLock)) {
+    // Before the log is opened: this line reaches the debugger channel only.
+    LogInfo(L"Another uninstaller is running; this one leaves everything to it");
+    if (!ParseProcessCommandLine().silent_oru) {
+      ::MessageBoxW(nullptr, kBusyNoticeText, kBusyNoticeCaption, MB_OK | MB_ICONINFORMATION);
+    }
+    return 0;
+  }
 
   InitSetupLog(kLogFileName);
   SetupLogger::Instance().SetFinalLogPath(ownDirectory);
@@ -179,9 +216,7 @@ int RunUninstaller() {
   const UninstallOptions options = ParseProcessCommandLine();
   EventReporter::GetInstance().Report("uninstall_started", OptionParams(options));
 
-  InstallationRecord installation;
-  installation.install_path = ReadRegistryString(HKEY_CURRENT_USER, kProductKey, kInstallPathValue);
-  installation.pv = ReadRegistryString(HKEY_CURRENT_USER, kProductKey, kProductVersionValue);
+  const InstallationRecord installation = ReadInstallationRecord();
 
   auto workspace = std::make_unique<TempDirectoryManager>();
   if (!workspace->Initialize(kWorkspaceRequiredBytes, true)) {
@@ -202,7 +237,8 @@ int RunUninstaller() {
   }
 
   StopTelemetry();
-  RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path, ownDirectory);
+  const bool scriptStarted = RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path, ownDirectory);
+  KeepLogSafe(ownDirectory, scriptStarted ? installation.install_path : std::wstring());
 
   LogInfo(L"Exiting uninstaller, temp directory will be cleaned up...");
   workspace.reset();

@@ -5,7 +5,7 @@ namespace oru {
 bool ByteFileStream::open(const std::wstring& path, Mode mode) {
   close();
   const DWORD access = mode == Mode::kRead ? GENERIC_READ : GENERIC_WRITE;
-  const DWORD disposition = mode == Mode::kTruncate ? CREATE_ALWAYS
+  const DWORD disposition = mode == Mode::kCreateNew ? CREATE_NEW
                             : mode == Mode::kAppend ? OPEN_ALWAYS
                                                     : OPEN_EXISTING;
   file_ = ::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,

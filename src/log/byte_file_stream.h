@@ -16,7 +16,10 @@ namespace oru {
 
 class ByteFileStream {
  public:
-  enum class Mode { kTruncate, kAppend, kRead };
+  // kCreateNew makes a new file only: an existing name - a leftover, or a
+  // link planted there - is never opened for writing, so nothing it points
+  // to is emptied.
+  enum class Mode { kCreateNew, kAppend, kRead };
 
   ByteFileStream() = default;
   ~ByteFileStream() { close(); }

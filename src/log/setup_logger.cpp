@@ -5,6 +5,7 @@
 
 #include <exception>
 
+#include "common/links.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
 #include "log/log_relocation.h"
@@ -23,6 +24,31 @@ void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(
 
 std::wstring Flag(bool value) { return value ? L"1" : L"0"; }
 
+// A log of an earlier run whose relocation failed is the only record of that
+// run: rather than emptying it, it keeps its content under a name of its own.
+// Renaming acts on a link itself, never on what it points to. True when the
+// name is free now.
+bool SetLeftoverAside(const std::wstring& path, std::wstring& setAside) {
+  const std::wstring aside = JoinWide({path, L".", GetTimestampForName(), L".old"});
+  if (::MoveFileExW(path.c_str(), aside.c_str(), 0)) {
+    setAside = aside;
+    return true;
+  }
+  const DWORD error = ::GetLastError();
+  return error == ERROR_FILE_NOT_FOUND;
+}
+
+// A new folder beside `directory`, named after this process; a name already
+// taken, whatever it is, is passed over. Empty when none could be made.
+std::wstring CreateOwnLogDirectory(const std::wstring& directory) {
+  const std::wstring base = JoinWide({directory, L"_", ToWideDecimal(::GetCurrentProcessId())});
+  for (unsigned attempt = 0; attempt < 10; ++attempt) {
+    const std::wstring candidate = attempt == 0 ? base : JoinWide({base, L"_", ToWideDecimal(attempt)});
+    if (::CreateDirectoryW(candidate.c_str(), nullptr)) return candidate;
+  }
+  return {};
+}
+
 }  // namespace
 
 SetupLogger& SetupLogger::Instance() {
@@ -30,7 +56,7 @@ SetupLogger& SetupLogger::Instance() {
   return instance;
 }
 
-void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fileName) {
+bool SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fileName) {
   Debug({L"[InitLog] 目录: ", directory, L"\n"});
   Debug({L"[InitLog] 文件名: ", fileName, L"\n"});
   std::wstring fullPath;
@@ -38,7 +64,7 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     std::lock_guard lock(logMutex);
     if (isInit && logStream.is_open()) {
       Debug({L"[InitLog] 已经初始化，跳过\n"});
-      return;
+      return true;
     }
     fullPath = directory + L"\\" + fileName;
     logPath = fullPath;
@@ -48,11 +74,11 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     logStream.clear();
 
     Debug({L"[InitLog] 打开文件（二进制+截断模式，使用UTF-8编码）...\n"});
-    logStream.open(fullPath, ByteFileStream::Mode::kTruncate);
+    logStream.open(fullPath, ByteFileStream::Mode::kCreateNew);
     if (!logStream.is_open()) {
       Debug({L"[InitLog] 错误：无法打开日志文件: ", fullPath, L"\n"});
       isInit = false;
-      return;
+      return false;
     }
     Debug({L"[InitLog] 文件打开成功\n"});
     Debug({L"[InitLog] 流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()), L"\n"});
@@ -71,12 +97,13 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
       Debug({L"[InitLog] 错误：测试写入失败！\n"});
       isInit = false;
       logStream.close();
-      return;
+      return false;
     }
     Debug({L"[InitLog] 日志初始化完成: ", fullPath, L"\n"});
     // Reported before the flag is set, so a normal start reads "isInit = 0".
     Debug({L"[InitLog] isInit = ", Flag(isInit), L"\n"});
     isInit = true;
+    return true;
   } catch (const std::exception& e) {
     isInit = false;
     Debug({L"[InitLog] 捕获异常: ", Utf8ToWide(e.what()), L"\n"});
@@ -84,6 +111,7 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     isInit = false;
     Debug({L"[InitLog] 捕获未知异常，初始化失败: ", fullPath, L"\n"});
   }
+  return false;
 }
 
 void SetupLogger::SetFinalLogPath(const std::wstring& directory) {
@@ -175,7 +203,23 @@ void InitSetupLog(const std::wstring& fileName) {
   const std::wstring directory = std::wstring(temp) + std::wstring(kLogDirectoryName);
   // An existing directory is fine; a real failure shows when the file won't open.
   ::SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
-  SetupLogger::Instance().InitLog(directory, fileName);
+  SetupLogger& logger = SetupLogger::Instance();
+
+  std::wstring why;
+  std::wstring setAside;
+  if (IsLink(directory)) {
+    why = L"the log folder is a link";
+  } else if (!SetLeftoverAside(directory + L"\\" + fileName, setAside)) {
+    why = L"an earlier log there could not be renamed aside";
+  } else if (logger.InitLog(directory, fileName)) {
+    if (!setAside.empty()) LogInfo(L"Log of an earlier run renamed aside to: " + setAside);
+    return;
+  } else {
+    why = L"the log could not be created there";
+  }
+  const std::wstring own = CreateOwnLogDirectory(directory);
+  if (own.empty() || !logger.InitLog(own, fileName)) return;
+  LogWarning(JoinWide({L"Not logging to ", directory, L" (", why, L"); logging to a folder of its own: ", own}));
 }
 
 void LogInfo(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(message); }

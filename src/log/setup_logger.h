@@ -22,9 +22,10 @@ class SetupLogger {
   SetupLogger(const SetupLogger&) = delete;
   SetupLogger& operator=(const SetupLogger&) = delete;
 
-  // Opens directory\fileName, truncating it, and writes the BOM and the
-  // header. A second call while the file is open changes nothing.
-  void InitLog(const std::wstring& directory, const std::wstring& fileName);
+  // Creates directory\fileName anew and writes the BOM and the header; an
+  // existing file of that name is never opened. True when the log is open.
+  // A second call while the file is open changes nothing.
+  bool InitLog(const std::wstring& directory, const std::wstring& fileName);
 
   // Where CloseLogFile() moves the log; empty leaves it where it is.
   void SetFinalLogPath(const std::wstring& directory);
@@ -53,7 +54,10 @@ class SetupLogger {
   mutable std::mutex logTagMutex;
 };
 
-// Creates %TEMP%\OruSetupLogs and opens fileName in it.
+// Creates %TEMP%\OruSetupLogs and opens fileName in it. A log left there by
+// an earlier run is first renamed aside, never emptied. When that folder is a
+// link, or the name cannot be freed or created, the log goes to a new folder
+// of its own beside it instead, and its first line says why.
 void InitSetupLog(const std::wstring& fileName);
 
 void LogInfo(std::wstring_view message);

@@ -17,4 +17,13 @@ std::wstring GetTimestamp() {
   return buffer;
 }
 
+std::wstring GetTimestampForName() {
+  SYSTEMTIME now{};
+  ::GetLocalTime(&now);
+  wchar_t buffer[32] = {};
+  FormatWide(buffer, 32, L"%04u%02u%02u_%02u%02u%02u_%03u", now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute,
+             now.wSecond, now.wMilliseconds);
+  return buffer;
+}
+
 }  // namespace oru

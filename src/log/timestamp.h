@@ -8,4 +8,7 @@ namespace oru {
 // and separates the timestamp from what follows in a log line or a header.
 [[nodiscard]] std::wstring GetTimestamp();
 
+// Local time as "YYYYMMDD_hhmmss_mmm", for a file or folder name of its own.
+[[nodiscard]] std::wstring GetTimestampForName();
+
 }  // namespace oru

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "common/event_params.h"
+#include "common/links.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -83,6 +84,9 @@ bool DeleteFileEntry(const std::wstring& file) {
 }  // namespace
 
 bool DeleteDirectoryTree(const std::wstring& dir) {
+  // The rule for entries holds for the folder passed in too: a link is
+  // removed as a link, never walked.
+  if (IsLink(dir)) return RemoveLink(dir);
   LogInfo(JoinWide({kRecursivelyDeleting, dir}));
   Report(kDirStart, DirParams(dir));
 

@@ -12,8 +12,9 @@ namespace oru {
 // scheduled for deletion at reboot. A failure never stops the walk. True when
 // dir is gone or scheduled and every entry below it was removed or moved away.
 //
-// A junction, symbolic link or mount point below dir is never entered: the
-// link itself is removed and what it points to is left alone.
+// A junction, symbolic link or mount point - dir itself or anything below
+// it - is never entered: the link itself is removed and what it points to is
+// left alone.
 bool DeleteDirectoryTree(const std::wstring& dir);
 
 }  // namespace oru

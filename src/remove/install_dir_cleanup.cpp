@@ -94,6 +94,11 @@ constexpr std::wstring_view kErrorSuffix = L", error: ";
 
 bool IsDotEntry(std::wstring_view name) { return name == L"." || name == L".."; }
 bool IsDirectory(const WIN32_FIND_DATAW& entry) { return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+// A link where the product's own folders and files belong points somewhere
+// else: that is not the product's minimal state, whatever its name.
+bool IsLink(const WIN32_FIND_DATAW& entry) { return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+
+constexpr std::wstring_view kFoundLinkIn = L"Found link in ";
 
 // The installation directory: exactly "uninstall" and one other folder, no
 // files. Fills otherFolder with the other folder's name.
@@ -109,6 +114,10 @@ bool CheckRootLevel(const std::wstring& installPath, std::wstring& otherFolder) 
   do {
     const std::wstring_view name = entry.cFileName;
     if (IsDotEntry(name)) continue;
+    if (IsLink(entry)) {
+      LogInfo(JoinWide({kFoundLinkIn, L"root directory", kTerminatingSuffix, L": ", name}));
+      return false;
+    }
     if (!IsDirectory(entry)) {
       LogInfo(JoinWide({kFileInRoot, name}));
       return false;
@@ -157,6 +166,10 @@ bool CheckVersionLevel(const std::wstring& otherPath, const std::wstring& other)
   do {
     const std::wstring_view name = entry.cFileName;
     if (IsDotEntry(name)) continue;
+    if (IsLink(entry)) {
+      LogInfo(JoinWide({kFoundLinkIn, other, kTerminatingSuffix, L": ", name}));
+      return false;
+    }
     if (++items > 1) {
       LogInfo(JoinWide({kMoreThanOneItemIn, other, kTerminatingSuffix}));
       return false;
@@ -198,6 +211,10 @@ bool CheckInstallerLevel(const std::wstring& installerPath) {
   do {
     const std::wstring_view name = entry.cFileName;
     if (IsDotEntry(name)) continue;
+    if (IsLink(entry)) {
+      LogInfo(JoinWide({kFoundLinkIn, kInstallerFolder, L" folder", kTerminatingSuffix, L": ", name}));
+      return false;
+    }
     if (++items > 1) {
       LogInfo(kMoreThanOneInInstaller);
       return false;

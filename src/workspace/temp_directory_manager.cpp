@@ -427,6 +427,12 @@ void TempDirectoryManager::CleanupStaleDirectories() {
     if (!find) return;
     do {
       if (!IsDirectory(entry.dwFileAttributes) || std::wcscmp(entry.cFileName, ownName) == 0) continue;
+      // Only a real folder can be a workspace of ours; a link named like one
+      // points at something else and is left alone.
+      if (IsLink(entry.dwFileAttributes)) {
+        LogInfo(JoinWide({kStaleLinkLeftAlone, parent, L"\\", entry.cFileName}));
+        continue;
+      }
       wchar_t stale[MAX_PATH] = {};
       if (!FormatPath(stale, L"%ls\\%ls", parent, entry.cFileName)) continue;
       RemoveStaleDirectory(stale, entry.cFileName, count, freedBytes);
@@ -449,7 +455,7 @@ void TempDirectoryManager::CleanupStaleDirectories() {
 
   wchar_t besideExecutable[MAX_PATH] = {};
   if (exeDir[0] != L'\0' && FormatPath(besideExecutable, L"%ls\\.OruSetupTemp", exeDir) &&
-      IsDirectory(::GetFileAttributesW(besideExecutable))) {
+      IsDirectory(::GetFileAttributesW(besideExecutable)) && !IsLink(::GetFileAttributesW(besideExecutable))) {
     RemoveStaleDirectory(besideExecutable, L".OruSetupTemp", count, freedBytes);
   }
 

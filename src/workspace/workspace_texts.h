@@ -84,6 +84,8 @@ inline constexpr wchar_t kStaleDone[] = L"清理完成: ";
 inline constexpr wchar_t kStaleCountSuffix[] = L" 个目 ";
 inline constexpr wchar_t kStaleFreed[] = L"释放空间: ";
 inline constexpr wchar_t kStaleNone[] = L"未发现旧的残留目录";
+// Not historic either: a link named like a workspace is never followed.
+inline constexpr wchar_t kStaleLinkLeftAlone[] = L"  跳过链接（不是工作目录）: ";
 inline constexpr wchar_t kStaleSizeOpen[] = L" (";
 inline constexpr wchar_t kStaleSizeClose[] = L" MB)";
 

@@ -41,11 +41,12 @@ TEST(Robustness, RegistryValuesOfEveryTypeAndLengthEndInAnExplainedResult) {
     const char* expected;
   };
   const wchar_t empty[] = L"";
-  // Any bytes read as text make some version name; it just names no setup.exe.
+  // Bytes read as text make some version name: one that is no plain folder
+  // name counts as missing, any other just names no setup.exe.
   const Case cases[] = {
-      {"dword", REG_DWORD, L"", &dword, sizeof(dword), "setup.exe does not exist: "},
+      {"dword", REG_DWORD, L"", &dword, sizeof(dword), "Could not find required installation information"},
       {"binary", REG_BINARY, L"", binary, sizeof(binary), "setup.exe does not exist: "},
-      {"multi", REG_MULTI_SZ, L"", multi, sizeof(multi), "setup.exe does not exist: "},
+      {"multi", REG_MULTI_SZ, L"", multi, sizeof(multi), "Could not find required installation information"},
       {"empty", REG_SZ, L"", empty, sizeof(empty), "Could not find required installation information"},
       {"259 characters", REG_SZ, std::wstring(259, L'v'), nullptr, 0, "setup.exe does not exist: "},
       {"260 characters", REG_SZ, std::wstring(260, L'v'), nullptr, 0, "Registry value is too long: pv"},

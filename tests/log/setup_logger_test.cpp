@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <filesystem>
 #include <regex>
+#include <vector>
 
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -61,11 +65,43 @@ TEST(SetupLogger, LinesBeforeInitAndAfterCloseNeverReachTheFile) {
   EXPECT_EQ(bytes.find("too late"), std::string::npos);
 }
 
-TEST(SetupLogger, AnEarlierRunsFileIsTruncatedNotAppended) {
+// A file already there may be a link to anything: it is never opened for
+// writing, neither emptied nor appended to.
+TEST(SetupLogger, AnExistingFileIsNeverOpened) {
   TempDir dir;
   dir.WriteFile(L"run.log", "left over from an earlier run\n");
-  SetupLogger::Instance().InitLog(dir.path(), L"run.log");
-  EXPECT_EQ(ReadFileBytes(dir.Child(L"run.log")), kHeaderBytes);
+  EXPECT_FALSE(SetupLogger::Instance().InitLog(dir.path(), L"run.log"));
+  LogInfo(L"not written");
+  EXPECT_EQ(ReadFileBytes(dir.Child(L"run.log")), "left over from an earlier run\n");
+}
+
+// The run-time log folder is shared by every run: an earlier run's log there
+// keeps its content under a name of its own, and this run starts afresh.
+TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
+  wchar_t temp[MAX_PATH] = {};
+  ::GetTempPathW(MAX_PATH, temp);
+  const std::wstring name = L"leftover_" + std::to_wstring(::GetCurrentProcessId()) + L".log";
+  const std::wstring folder = std::wstring(temp) + L"OruSetupLogs";
+  ::CreateDirectoryW(folder.c_str(), nullptr);
+  TempDir scratch;
+  const std::wstring earlier = scratch.WriteFile(L"earlier.log", "the earlier run\n");
+  ASSERT_TRUE(::MoveFileW(earlier.c_str(), (folder + L"\\" + name).c_str()));
+
+  InitSetupLog(name);
+  LogInfo(L"this run");
+  CloseLogFile();
+
+  std::vector<std::wstring> aside;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    const std::wstring file = entry.path().filename().wstring();
+    if (file.starts_with(name + L".") && file.ends_with(L".old")) aside.push_back(entry.path().wstring());
+  }
+  ASSERT_EQ(aside.size(), 1u);
+  EXPECT_EQ(ReadFileBytes(aside[0]), "the earlier run\n");
+  const std::string fresh = ReadFileBytes(folder + L"\\" + name);
+  EXPECT_EQ(fresh.rfind(kHeaderBytes, 0), 0u);
+  EXPECT_NE(fresh.find("this run"), std::string::npos);
+  for (const std::wstring& path : {aside[0], folder + L"\\" + name}) ::DeleteFileW(path.c_str());
 }
 
 TEST(SetupLogger, MissingDirectoryLeavesTheLoggerClosedAndHarmless) {

@@ -1,0 +1,27 @@
+#include "common/directory_entries.h"
+
+#include <windows.h>
+
+#include "common/unique_handle.h"
+
+namespace oru {
+
+bool DirectoryEntry::IsDirectory() const { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+
+bool DirectoryEntry::IsLink() const { return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+
+bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit) {
+  WIN32_FIND_DATAW data{};
+  UniqueFind find(::FindFirstFileW((directory + L"\\*").c_str(), &data));
+  if (!find) return false;
+  do {
+    const std::wstring_view name = data.cFileName;
+    if (name == L"." || name == L"..") continue;
+    const DirectoryEntry entry{name, data.dwFileAttributes,
+                               (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow};
+    if (!visit(entry)) break;
+  } while (::FindNextFileW(find.get(), &data));
+  return true;
+}
+
+}  // namespace oru

@@ -1,0 +1,38 @@
+#include "common/links.h"
+
+#include <windows.h>
+
+#include "common/directory_entries.h"
+
+namespace oru {
+
+bool IsLink(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+std::wstring FindLinkFrom(std::wstring_view base, std::wstring_view path) {
+  for (size_t end = base.size();; end = path.find(L'\\', end + 1)) {
+    const std::wstring prefix(path.substr(0, end));
+    if (IsLink(prefix)) return prefix;
+    if (end >= path.size()) return {};
+  }
+}
+
+bool IsTreeFreeOfLinks(const std::wstring& directory, std::wstring& offender) {
+  bool clean = true;
+  const bool listed = ForEachEntry(directory, [&](const DirectoryEntry& entry) {
+    const std::wstring child = directory + L"\\" + std::wstring(entry.name);
+    if (entry.IsLink()) {
+      offender = child;
+      clean = false;
+    } else if (entry.IsDirectory()) {
+      clean = IsTreeFreeOfLinks(child, offender);
+    }
+    return clean;
+  });
+  if (!listed) offender = directory;
+  return listed && clean;
+}
+
+}  // namespace oru

@@ -1,0 +1,43 @@
+#include "common/path_rules.h"
+
+#include <gtest/gtest.h>
+
+namespace oru {
+namespace {
+
+TEST(PathRules, NormalFormTurnsSlashesAndDropsTrailingSeparators) {
+  EXPECT_EQ(NormalizePath(L"C:/Users/me/AppData/Local/Oru.stravo/Application/"), L"C:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application");
+  EXPECT_EQ(NormalizePath(L"C:\\a\\\\//"), L"C:\\a");
+  EXPECT_EQ(NormalizePath(L"\\\\"), L"");
+}
+
+TEST(PathRules, OnlyAbsoluteLocalPathsWithPlainSegmentsPass) {
+  for (const wchar_t* path : {L"C:\\a", L"c:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application", L"D:\\x y\\1.0 (2)\\%TEMP%"}) {
+    EXPECT_TRUE(AbsoluteLocalPathRefusal(path).empty()) << path;
+  }
+  for (const wchar_t* path :
+       {L"", L".", L"..", L"Oru.stravo\\Application", L"..\\x", L"\\Users\\me", L"C:", L"C:relative", L"1:\\a",
+        L"C:\\a\\..\\b", L"C:\\a\\.\\b", L"C:\\a\\\\b", L"C:\\a\\..", L"C:\\Documents.", L"C:\\Documents ",
+        L"C:\\a:stream", L"C:\\a\\*", L"C:\\a\\b?", L"\\\\?\\C:\\a", L"\\\\.\\C:\\a", L"\\\\server\\share\\a"}) {
+    EXPECT_FALSE(AbsoluteLocalPathRefusal(path).empty()) << path;
+  }
+}
+
+TEST(PathRules, PlainFolderNames) {
+  for (const wchar_t* name : {L"1.4.2.7", L"v 2", L".hidden"}) EXPECT_TRUE(IsPlainFolderName(name)) << name;
+  for (const wchar_t* name : {L"", L".", L"..", L"a\\b", L"a/b", L"..\\..\\Other", L"x:y", L"*", L"a?", L"\"a\"",
+                              L"<a>", L"a|b", L"1.0.", L"1.0 ", L"a\tb"}) {
+    EXPECT_FALSE(IsPlainFolderName(name)) << name;
+  }
+}
+
+TEST(PathRules, SameOrInsideComparesWholeSegmentsIgnoringCase) {
+  EXPECT_TRUE(IsSameOrInside(L"C:\\Users\\Me", L"c:\\users\\me"));
+  EXPECT_TRUE(IsSameOrInside(L"C:\\Users\\me\\Documents", L"C:\\Users"));
+  EXPECT_FALSE(IsSameOrInside(L"C:\\Users\\meister", L"C:\\Users\\me"));
+  EXPECT_FALSE(IsSameOrInside(L"C:\\Users", L"C:\\Users\\me"));
+  EXPECT_FALSE(IsSameOrInside(L"C:\\a", L""));
+}
+
+}  // namespace
+}  // namespace oru
