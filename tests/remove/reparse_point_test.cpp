@@ -1,5 +1,5 @@
-// tree\link is a directory link to target, which holds the sentinel that must
-// survive the deletion of tree.
+// tree\link and root are directory links to target, which holds the sentinel
+// that must survive the deletion of tree and of root.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -36,6 +36,14 @@ TEST(DeleteDirectoryTree, LinkIsRemovedWithoutTouchingItsTarget) {
     EXPECT_TRUE(result);
     EXPECT_TRUE(log.Has(L"Removed link without following it: " + link));
   }
+
+  // A link passed in as the tree itself is not walked either.
+  const std::wstring root = dir.Child(L"root");
+  test::DirectoryLink rootLink(root, dir.Child(L"target"));
+  ASSERT_TRUE(rootLink.Made());
+  DeleteDirectoryTree(root);
+  EXPECT_TRUE(test::Exists(sentinel));
+  EXPECT_FALSE(log.HasFragment(L"Recursively deleting directory: " + root));
 }
 
 }  // namespace

@@ -30,13 +30,18 @@ TEST(WorkspaceLinks, DeletingSizingOrCleaningUpNeverGoesThroughALink) {
   DirectoryLink inside(tree + L"\\link", documents.path());
   wchar_t temp[MAX_PATH] = {};
   ::GetTempPathW(MAX_PATH, temp);
-  DirectoryLink stale(std::wstring(temp) + L"OruSetup_4000000009", documents.path());
+  const std::wstring staleName = std::wstring(temp) + L"OruSetup_4000000009";
+  DirectoryLink stale(staleName, documents.path());
   if (!inside.Made() || !stale.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
   test::LogCapture log;
 
   TempDirectoryManager manager;
   EXPECT_EQ(manager.GetDirectorySize(tree), 10u);
   manager.CleanupStaleDirectories();
+  EXPECT_TRUE(Exists(keep));
+  // A link passed in itself is neither sized nor walked.
+  EXPECT_EQ(manager.GetDirectorySize(staleName), 0u);
+  manager.DeleteDirectoryRecursive(staleName);
   EXPECT_TRUE(Exists(keep));
   manager.DeleteDirectoryRecursive(tree);
   // Wine's RemoveDirectoryW acts on the link's target rather than on the link
