@@ -10,19 +10,12 @@
 #include "staged_install.h"
 
 #include "common/product_keys.h"
+#include "common/strings.h"
 
 namespace oru::test {
 namespace {
 
 bool Has(const std::string& text, const std::string& fragment) { return text.find(fragment) != std::string::npos; }
-
-std::string Utf8(const std::wstring& text) {
-  const int size =
-      ::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-  std::string out(static_cast<size_t>(size), '\0');
-  ::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), out.data(), size, nullptr, nullptr);
-  return out;
-}
 
 void SetRaw(const wchar_t* name, DWORD type, const void* data, DWORD size) {
   ::RegSetKeyValueW(HKEY_CURRENT_USER, kProductKey, name, type, data, size);
@@ -76,7 +69,7 @@ TEST(Robustness, InstallPathsWithShellMetacharactersReachSetupIntact) {
   const std::wstring names[] = {L"Oru stravo App", L"Oru's App", L"Oru 100% App",  L"Oru & Co",
                                 L"Oru ^ caret",    L"奥如助手",  L"Oru \U0001F600"};
   for (const auto& name : names) {
-    SCOPED_TRACE(Utf8(name));
+    SCOPED_TRACE(WideToUtf8(name));
     StageOptions options;
     options.installPath = std::wstring(localAppData) + L"\\Oru.stravo\\" + name;
     StagedInstall install(options);
@@ -84,7 +77,7 @@ TEST(Robustness, InstallPathsWithShellMetacharactersReachSetupIntact) {
         L"--silent-oru", {{L"ORU_SETUP_STUB_EXIT_CODE", L"19"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}});
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_TRUE(Has(install.SetupTrace(),
-                    Utf8(L"--log-file=\"" + options.installPath + L"\\uninstall\\chrome_uninstall.log\"")))
+                    WideToUtf8(L"--log-file=\"" + options.installPath + L"\\uninstall\\chrome_uninstall.log\"")))
         << install.SetupTrace();
     EXPECT_TRUE(Has(install.FinalLog(), "卸载成功！"));
     EXPECT_TRUE(install.SentinelsIntact());
@@ -99,7 +92,7 @@ TEST(Robustness, RandomCommandLinesThroughTheRealExecutable) {
   for (int round = 0; round < 6; ++round) {
     std::wstring args = L"--silent-oru";
     for (int i = 0, n = static_cast<int>(random() % 6); i < n; ++i) args += L" " + pieces[random() % pieces.size()];
-    SCOPED_TRACE(Utf8(args.substr(0, 200)));
+    SCOPED_TRACE(WideToUtf8(args.substr(0, 200)));
     StagedInstall install;
     const RunResult run = install.Run(args, {{L"ORU_SETUP_STUB_REGISTRATION", L"keep"}});
     EXPECT_EQ(run.exitCode, 0u);

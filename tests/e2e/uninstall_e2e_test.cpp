@@ -12,6 +12,7 @@
 #include "staged_install.h"
 
 #include "common/product_keys.h"
+#include "common/strings.h"
 #include "support/child_process.h"
 #include "support/test_paths.h"
 
@@ -32,20 +33,12 @@ size_t CountOf(const std::string& text, const std::string& fragment) {
   return count;
 }
 
-std::string Utf8(const std::wstring& text) {
-  std::string out(
-      static_cast<size_t>(::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr)), '\0');
-  ::WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, out.data(), static_cast<int>(out.size()), nullptr, nullptr);
-  out.pop_back();
-  return out;
-}
-
 // Common checks of every run: exit code 0, a log that tells this run, and
 // nothing outside the product touched.
 void ExpectOrderlyRun(const StagedInstall& install, const RunResult& run) {
   EXPECT_EQ(run.exitCode, 0u);
   const std::string log = install.FinalLog();
-  EXPECT_EQ(log.rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u) << Utf8(install.FinalLogPath());
+  EXPECT_EQ(log.rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u) << WideToUtf8(install.FinalLogPath());
   EXPECT_TRUE(Has(log, "================== Oru.stravo Uninstaller =================="));
   EXPECT_TRUE(Has(log, "Exiting uninstaller, temp directory will be cleaned up..."));
   EXPECT_TRUE(install.SentinelsIntact());
@@ -67,10 +60,10 @@ TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUn
   EXPECT_FALSE(KeyExists(kMakerProductKey));
   EXPECT_TRUE(KeyExists(kProductKey));
   EXPECT_EQ(install.SetupTrace(),
-            Utf8(L"\"" + install.setupExe +
-                 L"\" --uninstall --force-uninstall --verbose-logging --enable-logging "
-                 L"--log-file=\"" +
-                 install.installPath + L"\\uninstall\\chrome_uninstall.log\" --delete-profile\n"));
+            WideToUtf8(L"\"" + install.setupExe +
+                       L"\" --uninstall --force-uninstall --verbose-logging --enable-logging "
+                       L"--log-file=\"" +
+                       install.installPath + L"\\uninstall\\chrome_uninstall.log\" --delete-profile\n"));
   const std::string telemetry = install.TavrinTrace();
   for (const char* event : {"uninstall_started", "uninstall_tavrin_initialized", "uninstall_begin",
                             "uninstall_registry_done", "uninstall_completed"}) {
