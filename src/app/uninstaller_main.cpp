@@ -21,6 +21,7 @@
 #include "log/timestamp.h"
 #include "remove/self_delete_script.h"
 #include "sys/path_forms.h"
+#include "sys/registry.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
 #include "workspace/temp_directory_manager.h"
@@ -37,6 +38,15 @@ constexpr std::wstring_view kKeptLogFolderPrefix = L"kept_";
 constexpr std::wstring_view kLogKeptOutside = L"Log kept outside the directory being removed: ";
 constexpr std::wstring_view kLogKeptFromLink = L"Log kept out of a folder reached through a link: ";
 constexpr wchar_t kInstanceMutexName[] = L"Local\\Oru.stravo.Uninstaller";
+
+// The log's final place under HKCU\SOFTWARE\Oru.stravo.
+void RecordLogPathInRegistry(const wchar_t* valueName, const std::wstring& logPath) {
+  const DWORD type = REG_SZ;
+  // The size leaves out the terminating NUL; readers have always coped.
+  const DWORD size = static_cast<DWORD>(logPath.size() * sizeof(wchar_t));
+  WriteRegistryValue(HKEY_CURRENT_USER, kProductKey, valueName, &type, reinterpret_cast<const BYTE*>(logPath.c_str()),
+                     &size);
+}
 
 // The uninstaller's own directory, or empty when its path is unavailable or
 // would not fit MAX_PATH (GetModuleFileNameW truncates silently).
@@ -209,6 +219,7 @@ int RunUninstaller() {
 
   InitSetupLog(kLogFileName);
   SetupLogger::Instance().SetFinalLogPath(ownDirectory);
+  SetupLogger::Instance().SetLogPathRecorder(RecordLogPathInRegistry);
   LogInfo(kBanner);
 
   ApplyDpiAwareness();

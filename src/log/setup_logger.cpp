@@ -8,7 +8,6 @@
 #include "common/links.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
-#include "log/log_relocation.h"
 #include "log/timestamp.h"
 
 namespace oru {
@@ -124,6 +123,15 @@ void SetupLogger::SetFinalLogPath(const std::wstring& directory) {
   Debug({L"Final log path set to: ", directory, L"\n"});
 }
 
+void SetupLogger::SetLogPathRecorder(LogPathRecorder recorder) {
+  try {
+    std::lock_guard lock(logMutex);
+    logPathRecorder = std::move(recorder);
+  } catch (...) {
+    Debug({L"SetLogPathRecorder: the recorder could not be stored\n"});
+  }
+}
+
 void SetupLogger::LogDebugInter(std::wstring_view message) {
   std::wstring line;
   try {
@@ -179,9 +187,11 @@ void SetupLogger::CloseLogFile() {
       }
     }
     const std::wstring finalDirectory = finalLogDir;
-    // Relocation logs through the registry writer, which takes logMutex again: release it first (the file is closed).
+    const LogPathRecorder recorder = logPathRecorder;
+    // The recorder may log (the registry writer does), which takes logMutex
+    // again: release it first; the file is closed by now.
     lock.unlock();
-    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath);
+    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath, recorder);
   } catch (...) {
     Debug({L"CloseLogFile: Exception occurred while closing log file\n"});
   }
