@@ -5,11 +5,13 @@
 #include <shlwapi.h>
 
 #include <memory>
+#include <vector>
 
 #include "app/browser_removal.h"
 #include "app/installation_lookup.h"
 #include "app/options.h"
 #include "app/uninstall_context.h"
+#include "common/directory_entries.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/links.h"
@@ -122,16 +124,14 @@ void StopTelemetry() {
 }
 
 void ListRemainingContents(const std::wstring& installPath) {
-  WIN32_FIND_DATAW entry{};
-  UniqueFind find(::FindFirstFileW((installPath + L"\\*").c_str(), &entry));
-  if (!find) return;
+  std::vector<std::wstring> lines;
+  const bool listed = ForEachEntry(installPath, [&](const DirectoryEntry& entry) {
+    lines.push_back(JoinWide({L"  ", entry.IsDirectory() ? L"[DIR]" : L"[FILE]", L" ", entry.name}));
+    return true;
+  });
+  if (!listed) return;
   LogInfo(L"安装目录下的剩余内容:");
-  do {
-    const std::wstring_view name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const bool isDirectory = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    LogInfo(JoinWide({L"  ", isDirectory ? L"[DIR]" : L"[FILE]", L" ", name}));
-  } while (::FindNextFileW(find.get(), &entry));
+  for (const std::wstring& line : lines) LogInfo(line);
 }
 
 // The script ends in "rd /s /q", which follows links and lets the command
