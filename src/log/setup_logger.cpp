@@ -7,6 +7,7 @@
 
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/unique_handle.h"
 #include "log/debug_output.h"
 #include "log/timestamp.h"
 
@@ -179,12 +180,9 @@ void SetupLogger::CloseLogFile() {
     }
     if (!closedPath.empty()) {
       // Make the system write the file out before it is moved elsewhere.
-      HANDLE file = ::CreateFileW(closedPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-      if (file != INVALID_HANDLE_VALUE) {
-        ::FlushFileBuffers(file);
-        ::CloseHandle(file);
-      }
+      const UniqueFile file(::CreateFileW(closedPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                          nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+      if (file) ::FlushFileBuffers(file.get());
     }
     const std::wstring finalDirectory = finalLogDir;
     const LogPathRecorder recorder = logPathRecorder;
