@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "common/strings.h"
-#include "support/log_capture.h"
 #include "support/temp_dir.h"
 
 namespace oru {
 namespace {
 
 using test::Exists;
-using test::LogCapture;
 using test::TempDir;
 
 // A layout is a list of relative paths; a trailing backslash makes a folder.
@@ -36,20 +33,6 @@ TEST(CleanupInstallationDirectory, RemovesOnlyTheMinimalStateAndKeepsUninstall) 
   CleanupInstallationDirectory({dir.path(), L"1.0"});
   EXPECT_FALSE(Exists(version));
   EXPECT_TRUE(Exists(dir.Child(L"uninstall\\oru_uninstall.exe")));
-}
-
-TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {
-  TempDir dir;
-  dir.MakeDir(L"a\\b\\c");
-  dir.WriteFile(L"a\\keep.txt");
-  LogCapture log;
-  DeleteEmptyParentDirectory(dir.Child(L"a\\b\\c\\deleted.txt"));
-  EXPECT_FALSE(Exists(dir.Child(L"a\\b")));
-  EXPECT_TRUE(Exists(dir.Child(L"a\\keep.txt")));
-  EXPECT_EQ(log.Lines().back(), L"Parent directory is not empty, skipping deletion: " + dir.Child(L"a"));
-  // A bare file name has no folder to climb from.
-  DeleteEmptyParentDirectory(L"setup.exe");
-  EXPECT_EQ(log.Lines().back(), L"No parent directory found for file: setup.exe");
 }
 
 }  // namespace
