@@ -5,11 +5,13 @@
 #include <shlwapi.h>
 
 #include <memory>
+#include <vector>
 
 #include "app/browser_removal.h"
 #include "app/installation_lookup.h"
 #include "app/options.h"
 #include "app/uninstall_context.h"
+#include "common/directory_entries.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/links.h"
@@ -21,6 +23,7 @@
 #include "log/timestamp.h"
 #include "remove/self_delete_script.h"
 #include "sys/path_forms.h"
+#include "sys/registry.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
 #include "workspace/temp_directory_manager.h"
@@ -37,6 +40,15 @@ constexpr std::wstring_view kKeptLogFolderPrefix = L"kept_";
 constexpr std::wstring_view kLogKeptOutside = L"Log kept outside the directory being removed: ";
 constexpr std::wstring_view kLogKeptFromLink = L"Log kept out of a folder reached through a link: ";
 constexpr wchar_t kInstanceMutexName[] = L"Local\\Oru.stravo.Uninstaller";
+
+// The log's final place under HKCU\SOFTWARE\Oru.stravo.
+void RecordLogPathInRegistry(const wchar_t* valueName, const std::wstring& logPath) {
+  const DWORD type = REG_SZ;
+  // The size leaves out the terminating NUL; readers have always coped.
+  const DWORD size = static_cast<DWORD>(logPath.size() * sizeof(wchar_t));
+  WriteRegistryValue(HKEY_CURRENT_USER, kProductKey, valueName, &type, reinterpret_cast<const BYTE*>(logPath.c_str()),
+                     &size);
+}
 
 // The uninstaller's own directory, or empty when its path is unavailable or
 // would not fit MAX_PATH (GetModuleFileNameW truncates silently).
@@ -112,16 +124,14 @@ void StopTelemetry() {
 }
 
 void ListRemainingContents(const std::wstring& installPath) {
-  WIN32_FIND_DATAW entry{};
-  UniqueFind find(::FindFirstFileW((installPath + L"\\*").c_str(), &entry));
-  if (!find) return;
+  std::vector<std::wstring> lines;
+  const bool listed = ForEachEntry(installPath, [&](const DirectoryEntry& entry) {
+    lines.push_back(JoinWide({L"  ", entry.IsDirectory() ? L"[DIR]" : L"[FILE]", L" ", entry.name}));
+    return true;
+  });
+  if (!listed) return;
   LogInfo(L"安装目录下的剩余内容:");
-  do {
-    const std::wstring_view name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const bool isDirectory = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    LogInfo(JoinWide({L"  ", isDirectory ? L"[DIR]" : L"[FILE]", L" ", name}));
-  } while (::FindNextFileW(find.get(), &entry));
+  for (const std::wstring& line : lines) LogInfo(line);
 }
 
 // The script ends in "rd /s /q", which follows links and lets the command
@@ -209,6 +219,7 @@ int RunUninstaller() {
 
   InitSetupLog(kLogFileName);
   SetupLogger::Instance().SetFinalLogPath(ownDirectory);
+  SetupLogger::Instance().SetLogPathRecorder(RecordLogPathInRegistry);
   LogInfo(kBanner);
 
   ApplyDpiAwareness();

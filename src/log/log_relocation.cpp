@@ -6,12 +6,10 @@
 #include <algorithm>
 #include <exception>
 
-#include "common/product_keys.h"
 #include "log/byte_file_stream.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
 #include "log/timestamp.h"
-#include "sys/registry.h"
 
 namespace oru {
 namespace {
@@ -34,14 +32,6 @@ const wchar_t* LogPathValueName(std::wstring_view logFileName) {
   const bool install =
       logFileName.size() >= kMinimumNameForInstall && logFileName.find(kInstallMarker) != std::wstring_view::npos;
   return install ? kInstallLogPathValue : kUninstallLogPathValue;
-}
-
-void RecordLogPathInRegistry(const std::wstring& logFileName, const std::wstring& targetPath) {
-  const DWORD type = REG_SZ;
-  // The size leaves out the terminating NUL; readers have always coped.
-  const DWORD size = static_cast<DWORD>(targetPath.size() * sizeof(wchar_t));
-  WriteRegistryValue(HKEY_CURRENT_USER, kProductKey, LogPathValueName(logFileName), &type,
-                     reinterpret_cast<const BYTE*>(targetPath.c_str()), &size);
 }
 
 bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath) {
@@ -93,9 +83,13 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
   return false;
 }
 
-void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath) {
+void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath,
+                        const LogPathRecorder& record) {
   try {
     const std::wstring fileName(FileNamePart(tempLogPath));
+    const auto recordLogAt = [&](const std::wstring& path) {
+      if (record) record(LogPathValueName(fileName), path);
+    };
     const std::wstring target = finalLogDir + L"\\" + fileName;
     Debug({L"Moving log from: ", tempLogPath, L" to: ", target, L"\n"});
 
@@ -108,14 +102,14 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
     }
 
     if (::GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES) {
-      AppendLogToExisting(tempLogPath, target);
-      RecordLogPathInRegistry(fileName, target);
+      // A failed append keeps this run's log in the temporary folder.
+      recordLogAt(AppendLogToExisting(tempLogPath, target) ? target : tempLogPath);
       return;
     }
 
     if (::MoveFileExW(tempLogPath.c_str(), target.c_str(), MOVEFILE_COPY_ALLOWED)) {
       Debug({L"Log file moved successfully to: ", target, L"\n"});
-      RecordLogPathInRegistry(fileName, target);
+      recordLogAt(target);
       return;
     }
     const DWORD error = ::GetLastError();
@@ -124,11 +118,13 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
     if (::CopyFileW(tempLogPath.c_str(), target.c_str(), FALSE)) {
       Debug({L"Log file copied successfully to: ", target, L"\n"});
       ::DeleteFileW(tempLogPath.c_str());
-      RecordLogPathInRegistry(fileName, target);
+      recordLogAt(target);
       return;
     }
-    // Nothing is lost: the log stays in the temporary folder.
+    // Nothing is lost: the log stays in the temporary folder, and the record
+    // says so rather than naming an older run's file or nothing.
     Debug({L"Failed to copy log file\n"});
+    recordLogAt(tempLogPath);
   } catch (...) {
     // Building a path can only fail for lack of memory; the log stays where it is.
   }

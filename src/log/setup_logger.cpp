@@ -7,8 +7,8 @@
 
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/unique_handle.h"
 #include "log/debug_output.h"
-#include "log/log_relocation.h"
 #include "log/timestamp.h"
 
 namespace oru {
@@ -124,6 +124,15 @@ void SetupLogger::SetFinalLogPath(const std::wstring& directory) {
   Debug({L"Final log path set to: ", directory, L"\n"});
 }
 
+void SetupLogger::SetLogPathRecorder(LogPathRecorder recorder) {
+  try {
+    std::lock_guard lock(logMutex);
+    logPathRecorder = std::move(recorder);
+  } catch (...) {
+    Debug({L"SetLogPathRecorder: the recorder could not be stored\n"});
+  }
+}
+
 void SetupLogger::LogDebugInter(std::wstring_view message) {
   std::wstring line;
   try {
@@ -171,17 +180,16 @@ void SetupLogger::CloseLogFile() {
     }
     if (!closedPath.empty()) {
       // Make the system write the file out before it is moved elsewhere.
-      HANDLE file = ::CreateFileW(closedPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-      if (file != INVALID_HANDLE_VALUE) {
-        ::FlushFileBuffers(file);
-        ::CloseHandle(file);
-      }
+      const UniqueFile file(::CreateFileW(closedPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                          nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+      if (file) ::FlushFileBuffers(file.get());
     }
     const std::wstring finalDirectory = finalLogDir;
-    // Relocation logs through the registry writer, which takes logMutex again: release it first (the file is closed).
+    const LogPathRecorder recorder = logPathRecorder;
+    // The recorder may log (the registry writer does), which takes logMutex
+    // again: release it first; the file is closed by now.
     lock.unlock();
-    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath);
+    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath, recorder);
   } catch (...) {
     Debug({L"CloseLogFile: Exception occurred while closing log file\n"});
   }

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "log/byte_file_stream.h"
+#include "log/log_relocation.h"
 
 namespace oru {
 
@@ -29,6 +30,8 @@ class SetupLogger {
 
   // Where CloseLogFile() moves the log; empty leaves it where it is.
   void SetFinalLogPath(const std::wstring& directory);
+  // How CloseLogFile() records where the log ended; none records nothing.
+  void SetLogPathRecorder(LogPathRecorder recorder);
 
   // Writes one timestamped line. Before InitLog and after CloseLogFile the
   // line reaches the debugger channel only.
@@ -47,6 +50,7 @@ class SetupLogger {
 
   std::wstring logPath;
   std::wstring finalLogDir;
+  LogPathRecorder logPathRecorder;
   std::mutex logMutex;
   ByteFileStream logStream;
   bool isInit = false;

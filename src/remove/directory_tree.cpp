@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
+#include "common/directory_entries.h"
 #include "common/event_params.h"
 #include "common/links.h"
 #include "common/strings.h"
-#include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "remove/file_fallback.h"
 #include "telemetry/event_reporter.h"
@@ -90,25 +90,13 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
   LogInfo(JoinWide({kRecursivelyDeleting, dir}));
   Report(kDirStart, DirParams(dir));
 
-  WIN32_FIND_DATAW entry{};
-  UniqueFind find(::FindFirstFileW((dir + L"\\*").c_str(), &entry));
-  if (!find) {
-    LogInfo(JoinWide({kFindFailed, dir}));
-    EventParams failure = DirParams(dir);
-    failure[kError] = kFindFailedValue;
-    Report(kDirFail, failure);
-    return false;
-  }
-
   bool result = true;
-  do {
-    const std::wstring_view name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const std::wstring child = JoinWide({dir, L"\\", name});
-    const DWORD attributes = entry.dwFileAttributes;
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+  const bool listed = ForEachEntry(dir, [&](const DirectoryEntry& entry) {
+    const std::wstring child = JoinWide({dir, L"\\", entry.name});
+    // A file link goes by DeleteFileW like any file: that removes the link.
+    if (entry.IsLink() && entry.IsDirectory()) {
       if (!RemoveLink(child)) result = false;
-    } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    } else if (entry.IsDirectory()) {
       if (!DeleteDirectoryTree(child)) result = false;
       // The recursive call has normally removed child already, so this
       // usually fails with 2 and logs it; kept, and it never sets the result.
@@ -119,8 +107,15 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
     } else if (!DeleteFileEntry(child)) {
       result = false;
     }
-  } while (::FindNextFileW(find.get(), &entry));
-  find.reset();
+    return true;
+  });
+  if (!listed) {
+    LogInfo(JoinWide({kFindFailed, dir}));
+    EventParams failure = DirParams(dir);
+    failure[kError] = kFindFailedValue;
+    Report(kDirFail, failure);
+    return false;
+  }
 
   if (::RemoveDirectoryW(dir.c_str())) {
     LogInfo(JoinWide({kDeletedDirectory, dir}));

@@ -22,9 +22,4 @@ namespace oru {
 // The "uninstall" folder and the installation directory itself stay.
 void CleanupInstallationDirectory(const InstallationRecord& installation);
 
-// Removes the folder that held filePath if it is now empty, then each empty
-// folder above it, stopping at the first that still holds anything. A folder
-// that will not go is handed to DeleteDirectoryMultiProcess. Logged only.
-void DeleteEmptyParentDirectory(const std::wstring& filePath);
-
 }  // namespace oru

@@ -1,9 +1,9 @@
 #include "remove/multi_process.h"
 
+#include "common/directory_entries.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
-#include "remove/install_dir_cleanup.h"
 
 namespace oru {
 namespace {
@@ -143,6 +143,45 @@ void DeleteDirectoryMultiProcess(const std::wstring& dir) {
   // The caller has nothing left to try; the log carries the outcome.
   (void)RunDeletionWithChildProcesses(commands.cmd, commands.powerShell, dir, kDeleteDirectoryTimeoutMs,
                                       kDeleteDirectoryOperation);
+}
+
+void DeleteEmptyParentDirectory(const std::wstring& filePath) {
+  LogInfo(L"Attempting to delete parent directory of: " + filePath);
+  const size_t separator = filePath.rfind(L'\\');
+  if (filePath.empty() || separator == std::wstring::npos) {
+    LogInfo(L"No parent directory found for file: " + filePath);
+    return;
+  }
+  const std::wstring parent = filePath.substr(0, separator);
+  LogInfo(L"Parent directory: " + parent);
+
+  std::wstring firstEntry;
+  bool empty = true;
+  const bool listed = ForEachEntry(parent, [&](const DirectoryEntry& entry) {
+    firstEntry = entry.name;
+    empty = false;
+    return false;
+  });
+  if (!listed) {
+    LogInfo(L"Failed to search parent directory: " + parent);
+    return;
+  }
+  if (!empty) {
+    LogInfo(L"Parent directory is not empty, found: " + firstEntry);
+    LogInfo(L"Parent directory is not empty, skipping deletion: " + parent);
+    return;
+  }
+
+  LogInfo(L"Parent directory is empty, attempting to delete: " + parent);
+  if (::RemoveDirectoryW(parent.c_str())) {
+    LogInfo(L"Successfully deleted empty parent directory: " + parent);
+    DeleteEmptyParentDirectory(parent);
+    return;
+  }
+  const DWORD error = ::GetLastError();
+  LogInfo(JoinWide({L"Failed to delete parent directory: ", parent, kErrorSuffix, ToWideDecimal(error)}));
+  LogInfo(L"Trying multi-process deletion for empty parent directory");
+  DeleteDirectoryMultiProcess(parent);
 }
 
 }  // namespace oru

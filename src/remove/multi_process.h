@@ -46,4 +46,10 @@ bool DeleteFileMultiProcess(const std::wstring& path);
 // Deletes a directory tree through child processes; the outcome is logged only.
 void DeleteDirectoryMultiProcess(const std::wstring& dir);
 
+// Removes the folder that held filePath if it is now empty, then each empty
+// folder above it, stopping at the first that still holds anything. A folder
+// that will not go is handed to DeleteDirectoryMultiProcess. Logged only.
+void DeleteEmptyParentDirectory(const std::wstring& filePath);
+
+
 }  // namespace oru

@@ -5,10 +5,11 @@
 #include <shellapi.h>
 
 #include <cstdio>
+#include <memory>
 
+#include "common/directory_entries.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
-#include "common/unique_handle.h"
 #include "log/setup_logger.h"
 
 namespace oru {
@@ -37,27 +38,29 @@ constexpr const wchar_t* kScriptLines[] = {
 
 bool NeedsSelfDeleteUninstall(const std::wstring& installPath) {
   if (installPath.empty() || installPath.size() > kMaxInstallPathLength) return false;
-  WIN32_FIND_DATAW entry{};
-  UniqueFind find(::FindFirstFileW((installPath + L"\\*").c_str(), &entry));
-  if (!find) return false;
-  do {
-    const std::wstring_view name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const bool isDirectory = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (!isDirectory || !EqualsIgnoreCase(name, kUninstallFolder)) return false;
-  } while (::FindNextFileW(find.get(), &entry));
-  return true;
+  bool onlyUninstallFolders = true;
+  const bool listed = ForEachEntry(installPath, [&](const DirectoryEntry& entry) {
+    onlyUninstallFolders = entry.IsDirectory() && EqualsIgnoreCase(entry.name, kUninstallFolder);
+    return onlyUninstallFolders;
+  });
+  return listed && onlyUninstallFolders;
 }
 
 std::wstring SelfDeleteScriptPath(const std::wstring& dir) { return JoinWide({dir, kScriptName}); }
 
 bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
-  FILE* file = ::_wfopen(scriptPath.c_str(), kScriptMode);
-  if (file == nullptr) return false;
+  struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+  };
+  std::unique_ptr<FILE, CloseFile> file(::_wfopen(scriptPath.c_str(), kScriptMode));
+  if (!file) return false;
   // The C runtime's own formatter, as for every other formatted text here.
-  for (const wchar_t* line : kScriptLines) __ms_fwprintf(file, line);
-  std::fclose(file);
-  return true;
+  // A script missing a line is never started: without "cd /d" it would
+  // remove the directory it runs in from the wrong place.
+  for (const wchar_t* line : kScriptLines) {
+    if (__ms_fwprintf(file.get(), line) < 0) return false;
+  }
+  return std::fclose(file.release()) == 0;
 }
 
 SelfDeleteLaunch SelfDeleteScriptLaunch(const std::wstring& dir) {

@@ -72,10 +72,8 @@ inline constexpr wchar_t kDeleteCountFiles[] = L" 个文 ";
 inline constexpr wchar_t kDeleteCountDirectories[] = L" 个子目录";
 inline constexpr wchar_t kRemoveSucceeded[] = L"      RemoveDirectory 成功";
 inline constexpr wchar_t kRemoveFailed[] = L"      RemoveDirectory 失败，错误码: ";
-// Not among the product's historic texts: a link is removed, never entered,
-// and a path that does not fit MAX_PATH is left alone rather than truncated.
+// Not among the product's historic texts: a link is removed, never entered.
 inline constexpr wchar_t kDeleteLinkOnly[] = L"      链接只删除自身，不进入: ";
-inline constexpr wchar_t kPathTooLong[] = L"      路径过长，跳过: ";
 
 // Stale workspaces of earlier runs.
 inline constexpr wchar_t kStaleStart[] = L"开始清理旧的残留目�?..";

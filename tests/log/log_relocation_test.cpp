@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <map>
 #include <regex>
 #include <string>
 
-#include "common/product_keys.h"
 #include "log/setup_logger.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -24,13 +24,8 @@ constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
 constexpr char kSessionHeader[] = R"(\n========== New Session: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ==========\n)";
 constexpr char kLine[] = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
 
-// The REG_SZ value under the product key; empty when absent or another type.
-std::wstring ReadValue(const wchar_t* name) {
-  wchar_t buffer[1024] = {};
-  DWORD size = sizeof(buffer);
-  ::RegGetValueW(HKEY_CURRENT_USER, kProductKey, name, RRF_RT_REG_SZ, nullptr, buffer, &size);
-  return buffer;
-}
+// What the relocation recorded, value name to path, in the order recorded.
+std::map<std::wstring, std::wstring> recorded;
 
 // One run of the uninstaller's log: opened in `runDirectory`, one line
 // written, closed and relocated to `finalDirectory`.
@@ -38,18 +33,14 @@ void RunLog(const std::wstring& runDirectory, const std::wstring& finalDirectory
   auto& logger = SetupLogger::Instance();
   logger.InitLog(runDirectory, L"oru_uninstall.log");
   logger.SetFinalLogPath(finalDirectory);
+  logger.SetLogPathRecorder([](const wchar_t* name, const std::wstring& path) { recorded[name] = path; });
   LogInfo(line);
   CloseLogFile();
 }
 
 class LogRelocationTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    for (const auto* name : {L"OruInstallLogPath", L"OruUninstallLogPath"}) {
-      ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kProductKey, name);
-    }
-  }
-  void TearDown() override { SetUp(); }
+  void SetUp() override { recorded.clear(); }
 };
 
 TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
@@ -67,8 +58,7 @@ TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_TRUE(std::regex_match(content, std::regex(expected))) << content;
 
   // The log's name holds "install" (in "uninstall"), hence the install value.
-  EXPECT_EQ(ReadValue(L"OruInstallLogPath"), finalLog);
-  EXPECT_EQ(ReadValue(L"OruUninstallLogPath"), L"");
+  EXPECT_EQ(recorded, (std::map<std::wstring, std::wstring>{{L"OruInstallLogPath", finalLog}}));
 }
 
 TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
@@ -81,7 +71,8 @@ TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItW
   const std::string content = ReadFileBytes(temp.Child(L"oru_uninstall.log"));
   EXPECT_NE(content.find("kept line\n"), std::string::npos);
   EXPECT_EQ(content.rfind(kBom, 0), 0u);
-  EXPECT_EQ(ReadValue(L"OruInstallLogPath"), L"");
+  // The record names where this run's log really is.
+  EXPECT_EQ(recorded[L"OruInstallLogPath"], temp.Child(L"oru_uninstall.log"));
 }
 
 TEST_F(LogRelocationTest, ALogWithoutByteOrderMarkIsAppendedWholeAndAMissingOneChangesNothing) {

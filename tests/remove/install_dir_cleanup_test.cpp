@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "common/strings.h"
-#include "support/log_capture.h"
 #include "support/temp_dir.h"
 
 namespace oru {
 namespace {
 
 using test::Exists;
-using test::LogCapture;
 using test::TempDir;
 
 // A layout is a list of relative paths; a trailing backslash makes a folder.
@@ -21,31 +18,6 @@ void Build(const TempDir& dir, const std::vector<std::wstring>& layout) {
     } else {
       dir.WriteFile(entry);
     }
-  }
-}
-
-TEST(CheckInstallDirMinimalState, EveryDeviationEndsTheCheckWithItsReason) {
-  const struct {
-    std::vector<std::wstring> layout;
-    std::wstring reason;
-  } cases[] = {
-      {{L"uninstall\\", L"1.0\\Installer\\setup.exe", L"stray.txt"},
-       L"Found file in root directory, terminating check early: stray.txt"},
-      {{L"Uninstall\\", L"1.0\\Installer\\setup.exe"}, L"Uninstall folder not found"},
-      {{L"uninstall\\"}, L"Expected exactly 2 folders, but found 1 folders"},
-      {{L"uninstall\\", L"1.0\\Installer\\setup.exe", L"2.0\\"}, L"Found more than 2 folders, terminating check early"},
-      {{L"uninstall\\", L"1.0\\Installer\\"}, L"Expected exactly 1 item in Installer folder, but found 0 items"},
-      {{L"uninstall\\", L"1.0\\Setup\\setup.exe"}, L"Found unexpected folder in 1.0: Setup"},
-      {{L"uninstall\\", L"1.0\\Installer\\old_setup.exe"}, L"Found unexpected file in Installer folder: old_setup.exe"},
-      {{L"uninstall\\", L"1.0\\Installer\\setup.exe\\"}, L"Found unexpected folder in Installer folder: setup.exe"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(WideToUtf8(c.reason));
-    TempDir dir;
-    Build(dir, c.layout);
-    LogCapture log;
-    EXPECT_FALSE(CheckInstallDirMinimalState({dir.path(), L"1.0"}));
-    EXPECT_EQ(log.Lines().back(), c.reason);
   }
 }
 
@@ -61,20 +33,6 @@ TEST(CleanupInstallationDirectory, RemovesOnlyTheMinimalStateAndKeepsUninstall) 
   CleanupInstallationDirectory({dir.path(), L"1.0"});
   EXPECT_FALSE(Exists(version));
   EXPECT_TRUE(Exists(dir.Child(L"uninstall\\oru_uninstall.exe")));
-}
-
-TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {
-  TempDir dir;
-  dir.MakeDir(L"a\\b\\c");
-  dir.WriteFile(L"a\\keep.txt");
-  LogCapture log;
-  DeleteEmptyParentDirectory(dir.Child(L"a\\b\\c\\deleted.txt"));
-  EXPECT_FALSE(Exists(dir.Child(L"a\\b")));
-  EXPECT_TRUE(Exists(dir.Child(L"a\\keep.txt")));
-  EXPECT_EQ(log.Lines().back(), L"Parent directory is not empty, skipping deletion: " + dir.Child(L"a"));
-  // A bare file name has no folder to climb from.
-  DeleteEmptyParentDirectory(L"setup.exe");
-  EXPECT_EQ(log.Lines().back(), L"No parent directory found for file: setup.exe");
 }
 
 }  // namespace

@@ -71,5 +71,19 @@ TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangin
   EXPECT_EQ(RunChildProcess(L"Z:\\no\\such\\program.exe", 5000, kDeleteFileOperation), kChildFailed);
 }
 
+TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {
+  TempDir dir;
+  dir.MakeDir(L"a\\b\\c");
+  dir.WriteFile(L"a\\keep.txt");
+  LogCapture log;
+  DeleteEmptyParentDirectory(dir.Child(L"a\\b\\c\\deleted.txt"));
+  EXPECT_FALSE(Exists(dir.Child(L"a\\b")));
+  EXPECT_TRUE(Exists(dir.Child(L"a\\keep.txt")));
+  EXPECT_EQ(log.Lines().back(), L"Parent directory is not empty, skipping deletion: " + dir.Child(L"a"));
+  // A bare file name has no folder to climb from.
+  DeleteEmptyParentDirectory(L"setup.exe");
+  EXPECT_EQ(log.Lines().back(), L"No parent directory found for file: setup.exe");
+}
+
 }  // namespace
 }  // namespace oru

@@ -1,0 +1,89 @@
+// The sweep of workspaces that earlier runs left behind, whether or not the
+// process that made one still runs.
+
+#include <shlobj.h>
+#include <windows.h>
+
+#include "common/directory_entries.h"
+#include "common/strings.h"
+#include "log/setup_logger.h"
+#include "workspace/temp_directory_manager.h"
+#include "workspace/workspace_support.h"
+#include "workspace/workspace_texts.h"
+
+namespace oru {
+namespace {
+
+using namespace workspace_text;
+using namespace workspace_support;
+
+// Listing patterns match names without regard to case; so does the sweep.
+bool StartsWithIgnoreCase(std::wstring_view name, std::wstring_view prefix) {
+  return name.size() >= prefix.size() && EqualsIgnoreCase(name.substr(0, prefix.size()), prefix);
+}
+
+}  // namespace
+
+void TempDirectoryManager::RemoveStaleDirectory(const std::wstring& path, const std::wstring& name, unsigned& count,
+                                                std::uint64_t& freedBytes) {
+  const std::uint64_t size = GetDirectorySize(path);
+  if (!DeleteDirectoryRecursive(path)) return;
+  LogInfo(JoinWide({kStaleRemoved, name, kStaleSizeOpen, Mebibytes(size), kStaleSizeClose}));
+  ++count;
+  freedBytes += size;
+}
+
+void TempDirectoryManager::CleanupStaleDirectories() {
+  LogInfo(kStaleStart);
+  unsigned count = 0;
+  std::uint64_t freedBytes = 0;
+
+  // Every folder in `parent` named `prefix` + anything, except `prefix` +
+  // this process's id.
+  const auto sweep = [&](const std::wstring& parent, std::wstring_view prefix) {
+    const std::wstring ownName = JoinWide({prefix, ToWideDecimal(ProcessId())});
+    ForEachEntry(parent, [&](const DirectoryEntry& entry) {
+      if (!entry.IsDirectory() || !StartsWithIgnoreCase(entry.name, prefix) || entry.name == ownName) return true;
+      const std::wstring stale = JoinWide({parent, L"\\", entry.name});
+      // Only a real folder can be a workspace of ours; a link named like one
+      // points at something else and is left alone.
+      if (entry.IsLink()) {
+        LogInfo(kStaleLinkLeftAlone + stale);
+      } else {
+        RemoveStaleDirectory(stale, std::wstring(entry.name), count, freedBytes);
+      }
+      return true;
+    });
+  };
+
+  wchar_t temp[MAX_PATH] = {};
+  const DWORD tempLength = ::GetTempPathW(MAX_PATH, temp);
+  if (tempLength > 0 && tempLength < MAX_PATH) {
+    if (temp[tempLength - 1] == L'\\') temp[tempLength - 1] = L'\0';
+    sweep(temp, L"OruSetup_");
+  }
+
+  wchar_t localAppData[MAX_PATH] = {};
+  if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData))) {
+    sweep(JoinWide({localAppData, L"\\OruSetup"}), L"Temp_");
+  }
+
+  if (exeDir[0] != L'\0') {
+    const std::wstring besideExecutable = JoinWide({exeDir, L"\\.OruSetupTemp"});
+    const DWORD attributes = ::GetFileAttributesW(besideExecutable.c_str());
+    if (IsLink(attributes)) {
+      LogInfo(kStaleLinkLeftAlone + besideExecutable);
+    } else if (IsDirectory(attributes)) {
+      RemoveStaleDirectory(besideExecutable, L".OruSetupTemp", count, freedBytes);
+    }
+  }
+
+  if (count > 0) {
+    LogInfo(JoinWide({kStaleDone, ToWideDecimal(count), kStaleCountSuffix}));
+    LogInfo(JoinWide({kStaleFreed, Mebibytes(freedBytes), kMegabytes}));
+  } else {
+    LogInfo(kStaleNone);
+  }
+}
+
+}  // namespace oru

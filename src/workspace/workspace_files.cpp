@@ -1,0 +1,193 @@
+// The workspace manager's own file-system steps: free space, a probe write,
+// hidden folders, and a recursive delete and size that never go through a
+// link.
+
+#include <windows.h>
+
+#include "common/directory_entries.h"
+#include "common/strings.h"
+#include "common/unique_handle.h"
+#include "log/setup_logger.h"
+#include "workspace/temp_directory_manager.h"
+#include "workspace/workspace_support.h"
+#include "workspace/workspace_texts.h"
+
+namespace oru {
+namespace {
+
+using namespace workspace_text;
+using namespace workspace_support;
+
+constexpr std::uint64_t kDiskSpaceMargin = 52428800;         // 50 MiB on top of what was asked
+constexpr char kWriteTestContent[] = "OruSetup Write Test";  // written with its NUL: 20 bytes
+
+// Removes a directory link without entering it. On Windows RemoveDirectoryW
+// removes the link and leaves its target alone.
+bool RemoveLink(const std::wstring& path) {
+  LogInfo(kDeleteLinkOnly + path);
+  if (::RemoveDirectoryW(path.c_str())) return true;
+  const DWORD error = ::GetLastError();
+  LogInfo(kRemoveFailed + ToWideDecimal(error));
+  return false;
+}
+
+}  // namespace
+
+bool TempDirectoryManager::CheckDiskSpace(const std::wstring& path, std::uint64_t required) {
+  const std::wstring root = path.size() >= 3 && path[1] == L':' ? path.substr(0, 3) : path;
+  std::uint64_t available = 0;
+  if (!freeSpace(root, available)) {
+    const DWORD error = ::GetLastError();
+    LogInfo(kFreeSpaceQueryFailed + ToWideDecimal(error));
+    return false;
+  }
+  const std::uint64_t needed = required + kDiskSpaceMargin;
+  if (available >= needed) {
+    LogInfo(JoinWide({kDiskSpacePassed, Mebibytes(available), kMegabytes}));
+    return true;
+  }
+  LogInfo(JoinWide({kAvailableSpace, Mebibytes(available), kMegabytes}));
+  LogInfo(JoinWide({kNeededSpace, Mebibytes(needed), kMegabytes}));
+  return false;
+}
+
+bool TempDirectoryManager::TestWriteAccess(const std::wstring& directory) {
+  wchar_t probe[MAX_PATH] = {};
+  if (!FormatPath(probe, L"%ls\\.writetest_%u", directory.c_str(), ProcessId())) {
+    LogInfo(kWriteTestFailed + ToWideDecimal(ERROR_FILENAME_EXCED_RANGE));
+    return false;
+  }
+  UniqueFile file(::CreateFileW(probe, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr));
+  if (!file) {
+    const DWORD error = ::GetLastError();
+    LogInfo(kWriteTestFailed + ToWideDecimal(error));
+    return false;
+  }
+  DWORD written = 0;
+  const bool wrote = ::WriteFile(file.get(), kWriteTestContent, sizeof(kWriteTestContent), &written, nullptr) != 0;
+  const DWORD error = ::GetLastError();
+  file.reset();
+  ::DeleteFileW(probe);
+  if (!wrote) {
+    LogInfo(kWriteTestFailed + ToWideDecimal(error));
+    return false;
+  }
+  LogInfo(kWriteTestPassed);
+  return true;
+}
+
+bool TempDirectoryManager::CreateHiddenDirectory(const std::wstring& path) {
+  LogInfo(kHiddenStart + path);
+  if (IsDirectory(::GetFileAttributesW(path.c_str()))) {
+    LogInfo(kHiddenExistsDeleting + path);
+    LogInfo(DeleteDirectoryRecursive(path) ? kHiddenDeletedExisting : kHiddenDeleteExistingFailed);
+  }
+  // A link that would not go stays a link: using it would put the workspace
+  // wherever it points.
+  if (IsLink(::GetFileAttributesW(path.c_str()))) {
+    LogInfo(kDeleteLinkOnly + path);
+    return false;
+  }
+  LogInfo(kHiddenCallingCreate);
+  if (::CreateDirectoryW(path.c_str(), nullptr)) {
+    LogInfo(kHiddenCreateSucceeded);
+  } else {
+    const DWORD error = ::GetLastError();
+    if (error != ERROR_ALREADY_EXISTS) {
+      LogInfo(kHiddenCreateFailed + ToWideDecimal(error));
+      return false;
+    }
+    LogInfo(kHiddenAlreadyExists);
+  }
+  LogInfo(kHiddenSettingAttribute);
+  if (::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN)) {
+    LogInfo(kHiddenAttributeSet);
+  } else {
+    const DWORD error = ::GetLastError();
+    LogInfo(kHiddenAttributeFailed + ToWideDecimal(error));
+  }
+  LogInfo(kHiddenDone);
+  return true;
+}
+
+bool TempDirectoryManager::CreateDirectoryTree(const std::wstring& path) {
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    // "C:" is a drive, not a directory to create.
+    if (path[i] != L'\\' || i <= 2) continue;
+    const std::wstring prefix = path.substr(0, i);
+    if (::GetFileAttributesW(prefix.c_str()) != INVALID_FILE_ATTRIBUTES) continue;
+    if (!::CreateDirectoryW(prefix.c_str(), nullptr)) {
+      const DWORD error = ::GetLastError();
+      if (error != ERROR_ALREADY_EXISTS) {
+        LogInfo(JoinWide({kParentCreateFailed, prefix, kErrorLabel, ToWideDecimal(error)}));
+        return false;
+      }
+    }
+  }
+  if (!::CreateDirectoryW(path.c_str(), nullptr)) {
+    const DWORD error = ::GetLastError();
+    if (error != ERROR_ALREADY_EXISTS) {
+      LogInfo(kFinalCreateFailed + ToWideDecimal(error));
+      return false;
+    }
+  }
+  return true;
+}
+
+bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
+  if (path.empty()) {
+    LogInfo(kDeleteEmptyPath);
+    return false;
+  }
+  LogInfo(kDeleteStart + path);
+  // Listing through a link would delete what it points to.
+  if (IsLink(::GetFileAttributesW(path.c_str()))) return RemoveLink(path);
+
+  unsigned files = 0;
+  unsigned directories = 0;
+  const bool listed = ForEachEntry(path, [&](const DirectoryEntry& entry) {
+    const std::wstring child = JoinWide({path, L"\\", entry.name});
+    if (entry.IsLink() && entry.IsDirectory()) {
+      RemoveLink(child);
+      ++directories;
+    } else if (entry.IsDirectory()) {
+      DeleteDirectoryRecursive(child);
+      ++directories;
+    } else {
+      // Read-only files are deleted too: the attribute is cleared first.
+      ::SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
+      ::DeleteFileW(child.c_str());
+      ++files;
+    }
+    return true;
+  });
+  if (!listed) {
+    const DWORD error = ::GetLastError();
+    LogInfo(kDeleteFindFailed + ToWideDecimal(error));
+    return false;
+  }
+
+  LogInfo(JoinWide({kDeleteCountPrefix, ToWideDecimal(files), kDeleteCountFiles, ToWideDecimal(directories),
+                    kDeleteCountDirectories}));
+  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  if (::RemoveDirectoryW(path.c_str())) {
+    LogInfo(kRemoveSucceeded);
+    return true;
+  }
+  const DWORD error = ::GetLastError();
+  LogInfo(kRemoveFailed + ToWideDecimal(error));
+  return false;
+}
+
+std::uint64_t TempDirectoryManager::GetDirectorySize(const std::wstring& path) {
+  if (IsLink(::GetFileAttributesW(path.c_str()))) return 0;
+  std::uint64_t total = 0;
+  ForEachEntry(path, [&](const DirectoryEntry& entry) {
+    if (entry.IsLink()) return true;
+    total += entry.IsDirectory() ? GetDirectorySize(JoinWide({path, L"\\", entry.name})) : entry.size;
+    return true;
+  });
+  return total;
+}
+
+}  // namespace oru

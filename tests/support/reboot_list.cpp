@@ -1,0 +1,75 @@
+#include "support/reboot_list.h"
+
+#include <windows.h>
+// Needs windows.h first.
+#include <aclapi.h>
+#include <sddl.h>
+
+namespace oru::test {
+namespace {
+
+constexpr wchar_t kSessionManager[] = L"System\\CurrentControlSet\\Control\\Session Manager";
+
+}  // namespace
+
+std::wstring PendingRenames() {
+  std::wstring data(1 << 19, L'\0');
+  DWORD bytes = static_cast<DWORD>(data.size() * sizeof(wchar_t));
+  if (::RegGetValueW(HKEY_LOCAL_MACHINE, kSessionManager, L"PendingFileRenameOperations", RRF_RT_REG_MULTI_SZ,
+                     nullptr, data.data(), &bytes) != ERROR_SUCCESS) {
+    return {};
+  }
+  data.resize(bytes / sizeof(wchar_t));
+  return data;
+}
+
+RebootSchedulingDenied::RebootSchedulingDenied() {
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManager, 0, READ_CONTROL | WRITE_DAC, key_.put()) != ERROR_SUCCESS) {
+    return;
+  }
+  PACL dacl = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (::GetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl, nullptr,
+                        &descriptor) != ERROR_SUCCESS) {
+    return;
+  }
+  LPWSTR sddl = nullptr;
+  if (::ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION,
+                                                             &sddl, nullptr)) {
+    savedSddl_ = sddl;
+    ::LocalFree(sddl);
+  }
+  wchar_t everyone[] = L"Everyone";
+  EXPLICIT_ACCESSW deny{};
+  deny.grfAccessPermissions = KEY_SET_VALUE | KEY_CREATE_SUB_KEY;
+  deny.grfAccessMode = DENY_ACCESS;
+  deny.grfInheritance = NO_INHERITANCE;
+  deny.Trustee.TrusteeForm = TRUSTEE_IS_NAME;
+  deny.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
+  deny.Trustee.ptstrName = everyone;
+  PACL denied = nullptr;
+  if (!savedSddl_.empty() && ::SetEntriesInAclW(1, &deny, dacl, &denied) == ERROR_SUCCESS) {
+    applied_ = ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, denied,
+                                 nullptr) == ERROR_SUCCESS;
+    ::LocalFree(denied);
+  }
+  ::LocalFree(descriptor);
+}
+
+RebootSchedulingDenied::~RebootSchedulingDenied() {
+  if (!applied_) return;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(savedSddl_.c_str(), SDDL_REVISION_1, &descriptor,
+                                                              nullptr)) {
+    return;
+  }
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  PACL dacl = nullptr;
+  if (::GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted) && present) {
+    ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, dacl, nullptr);
+  }
+  ::LocalFree(descriptor);
+}
+
+}  // namespace oru::test
