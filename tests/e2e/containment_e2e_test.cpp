@@ -2,7 +2,9 @@
 // links and folder shapes that would lead the uninstaller outside its own
 // installation. Whatever the row, everything outside the product stays
 // byte-identical, no other vendor's setup.exe starts, the run exits 0 and the
-// registry names a log that exists.
+// registry names a log that exists. That a legitimate installation, recorded
+// with forward slashes and a trailing separator, still goes completely is
+// EndToEnd.FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -123,26 +125,6 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     EXPECT_TRUE(KeyExists(kProductClassesKey));
     EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
   }
-}
-
-// The legitimate installation, its path written with forward slashes and a
-// trailing separator: the normal form reaches setup.exe, the script removes
-// the installation, and the log survives elsewhere.
-TEST(Containment, NormalisableInstallPathStillUninstallsCompletely) {
-  StagedInstall install;
-  std::wstring path = install.installPath + L"/";
-  std::replace(path.begin(), path.end(), L'\\', L'/');
-  SetValue(kProductKey, kInstallPathValue, path);
-  Env env = kFailedBrowserUninstall;
-  env[L"ORU_SETUP_STUB_REMOVE_FILES"] = L"1";
-
-  ExpectContained(install, install.Run(L"--silent-oru", env), L"");
-  EXPECT_EQ(install.SetupTrace().rfind(WideToUtf8(L"\"" + install.setupExe + L"\" --uninstall"), 0), 0u)
-      << install.SetupTrace();
-  std::vector<std::wstring> left;
-  for (int i = 0; i < 400 && !(left = install.Remaining()).empty(); ++i) ::Sleep(100);
-  EXPECT_TRUE(left.empty()) << left.size();
-  EXPECT_FALSE(EqualsIgnoreCase(install.FinalLogPath().substr(0, install.installPath.size()), install.installPath));
 }
 
 // A link at each level, each to another vendor's product whose files must

@@ -6,6 +6,7 @@
 
 #include <shlobj.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -156,6 +157,11 @@ TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
 
 TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
   StagedInstall install;
+  // The path recorded as a hand-edited registry may hold it, with forward
+  // slashes and a trailing separator: its normal form reaches every step.
+  std::wstring recorded = install.installPath + L"/";
+  std::replace(recorded.begin(), recorded.end(), L'\\', L'/');
+  SetValue(kProductKey, kInstallPathValue, recorded);
   const RunResult run = install.Run(L"--silent-oru", {{L"ORU_SETUP_STUB_EXIT_CODE", L"20"},
                                                       {L"ORU_SETUP_STUB_REGISTRATION", L"remove"},
                                                       {L"ORU_SETUP_STUB_REMOVE_FILES", L"1"}});
@@ -166,6 +172,7 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
                            "自毁脚本已启动（延迟2秒后执行）"}) {
     EXPECT_TRUE(Has(log, line)) << line;
   }
+  EXPECT_EQ(install.SetupTrace().rfind(WideToUtf8(L"\"" + install.setupExe + L"\" --uninstall"), 0), 0u);
   // The script waits 2 s, then empties the installation directory (Wine
   // keeps the emptied directory the script ran from; Windows removes it).
   // Under Wine the shell takes up to ~20 s to get the script going.
