@@ -15,14 +15,9 @@ namespace oru {
 namespace {
 
 constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
-constexpr std::wstring_view kSessionHeaderStart = L"\n========== New Session: ";
-constexpr std::wstring_view kSessionHeaderEnd = L"==========\n";
 constexpr std::wstring_view kAppendFailed = L"Exception occurred while appending log: ";
 
-constexpr std::wstring_view kInstallMarker = L"install";
 constexpr std::size_t kMinimumNameForInstall = 7;
-constexpr wchar_t kInstallLogPathValue[] = L"OruInstallLogPath";
-constexpr wchar_t kUninstallLogPathValue[] = L"OruUninstallLogPath";
 
 void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(parts)); }
 
@@ -30,8 +25,8 @@ void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(
 
 const wchar_t* LogPathValueName(std::wstring_view logFileName) {
   const bool install =
-      logFileName.size() >= kMinimumNameForInstall && logFileName.find(kInstallMarker) != std::wstring_view::npos;
-  return install ? kInstallLogPathValue : kUninstallLogPathValue;
+      logFileName.size() >= kMinimumNameForInstall && logFileName.find(L"install") != std::wstring_view::npos;
+  return install ? L"OruInstallLogPath" : L"OruUninstallLogPath";
 }
 
 bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath) {
@@ -56,7 +51,7 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
       source.seek_to_start();
     }
 
-    const std::string header = WideToUtf8(JoinWide({kSessionHeaderStart, GetTimestamp(), kSessionHeaderEnd}));
+    const std::string header = WideToUtf8(JoinWide({L"\n========== New Session: ", GetTimestamp(), L"==========\n"}));
     target.write(header.data(), header.size());
     char buffer[16384];
     while (source.good()) {

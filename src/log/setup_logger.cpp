@@ -14,11 +14,7 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kLogDirectoryName = L"OruSetupLogs";
 constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
-constexpr std::wstring_view kHeader = L"=== ORU Setup Log ===\n";
-constexpr std::wstring_view kWarningTag = L"[WARNING] ";
-constexpr std::wstring_view kErrorTag = L"[ERROR] ";
 
 void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(parts)); }
 
@@ -87,7 +83,7 @@ bool SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     logStream.write(kUtf8Bom, 3);
 
     Debug({L"[InitLog] 写入测试消息...\n"});
-    const std::string header = WideToUtf8(kHeader);
+    const std::string header = WideToUtf8(L"=== ORU Setup Log ===\n");
     logStream.write(header.data(), header.size());
     logStream.flush();
     Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()),
@@ -208,7 +204,7 @@ std::wstring SetupLogger::LogPath() {
 void InitSetupLog(const std::wstring& fileName) {
   wchar_t temp[MAX_PATH] = {};
   ::GetTempPathW(MAX_PATH, temp);
-  const std::wstring directory = std::wstring(temp) + std::wstring(kLogDirectoryName);
+  const std::wstring directory = std::wstring(temp) + L"OruSetupLogs";
   // An existing directory is fine; a real failure shows when the file won't open.
   ::SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
   SetupLogger& logger = SetupLogger::Instance();
@@ -232,9 +228,11 @@ void InitSetupLog(const std::wstring& fileName) {
 
 void LogInfo(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(message); }
 
-void LogWarning(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({kWarningTag, message})); }
+void LogWarning(std::wstring_view message) {
+  SetupLogger::Instance().LogDebugInter(JoinWide({L"[WARNING] ", message}));
+}
 
-void LogError(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({kErrorTag, message})); }
+void LogError(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({L"[ERROR] ", message})); }
 
 void CloseLogFile() { SetupLogger::Instance().CloseLogFile(); }
 
