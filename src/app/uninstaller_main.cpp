@@ -32,14 +32,9 @@ namespace oru {
 namespace {
 
 constexpr wchar_t kLogFileName[] = L"oru_uninstall.log";
-constexpr wchar_t kBanner[] = L"================== Oru.stravo Uninstaller ==================";
 constexpr std::uint64_t kWorkspaceRequiredBytes = 0x9600000;  // 150 MiB
 constexpr DWORD kReportDeliveryWaitMs = 1000;
 constexpr DWORD kLibraryUnloadWaitMs = 500;
-constexpr std::wstring_view kKeptLogFolderPrefix = L"kept_";
-constexpr std::wstring_view kLogKeptOutside = L"Log kept outside the directory being removed: ";
-constexpr std::wstring_view kLogKeptFromLink = L"Log kept out of a folder reached through a link: ";
-constexpr wchar_t kInstanceMutexName[] = L"Local\\Oru.stravo.Uninstaller";
 
 // The log's final place under HKCU\SOFTWARE\Oru.stravo.
 void RecordLogPathInRegistry(const wchar_t* valueName, const std::wstring& logPath) {
@@ -157,17 +152,16 @@ std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstri
 void KeepLogSafe(const std::wstring& ownDirectory, const std::wstring& doomedDirectory) {
   std::wstring reason;
   if (!doomedDirectory.empty() && IsSameOrInside(NormalizePath(ownDirectory), doomedDirectory)) {
-    reason = kLogKeptOutside;
+    reason = L"Log kept outside the directory being removed: ";
   } else if (IsLink(ownDirectory) || IsLink(JoinWide({ownDirectory, L"\\", kLogFileName}))) {
-    reason = kLogKeptFromLink;
+    reason = L"Log kept out of a folder reached through a link: ";
   } else {
     return;
   }
   const std::wstring runLog = SetupLogger::Instance().LogPath();
   const size_t slash = runLog.rfind(L'\\');
   if (slash == std::wstring::npos) return;
-  const std::wstring keptDirectory =
-      runLog.substr(0, slash) + L"\\" + std::wstring(kKeptLogFolderPrefix) + GetTimestampForName();
+  const std::wstring keptDirectory = runLog.substr(0, slash) + L"\\kept_" + GetTimestampForName();
   LogInfo(reason + keptDirectory);
   SetupLogger::Instance().SetFinalLogPath(keptDirectory);
 }
@@ -197,7 +191,7 @@ bool RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath
 // first one's log: it tells the user and leaves. The mutex lives as long as
 // this process holds its handle.
 bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
-  instanceLock.reset(::CreateMutexW(nullptr, FALSE, kInstanceMutexName));
+  instanceLock.reset(::CreateMutexW(nullptr, FALSE, L"Local\\Oru.stravo.Uninstaller"));
   return instanceLock && ::GetLastError() == ERROR_ALREADY_EXISTS;
 }
 
@@ -220,7 +214,7 @@ int RunUninstaller() {
   InitSetupLog(kLogFileName);
   SetupLogger::Instance().SetFinalLogPath(ownDirectory);
   SetupLogger::Instance().SetLogPathRecorder(RecordLogPathInRegistry);
-  LogInfo(kBanner);
+  LogInfo(L"================== Oru.stravo Uninstaller ==================");
 
   ApplyDpiAwareness();
 

@@ -34,6 +34,8 @@ template <std::integral T>
 
 // "true" / "false", the boolean texts of event parameters.
 [[nodiscard]] inline const char* BoolText(bool value) { return value ? "true" : "false"; }
+// "1" / "0", the boolean texts of log lines.
+[[nodiscard]] inline const wchar_t* DigitText(bool value) { return value ? L"1" : L"0"; }
 
 // The text after the last backslash, or the whole text when it has none.
 [[nodiscard]] std::wstring_view FileNamePart(std::wstring_view path);

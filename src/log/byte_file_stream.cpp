@@ -5,9 +5,7 @@ namespace oru {
 bool ByteFileStream::open(const std::wstring& path, Mode mode) {
   close();
   const DWORD access = mode == Mode::kRead ? GENERIC_READ : GENERIC_WRITE;
-  const DWORD disposition = mode == Mode::kCreateNew ? CREATE_NEW
-                            : mode == Mode::kAppend ? OPEN_ALWAYS
-                                                    : OPEN_EXISTING;
+  const DWORD disposition = mode == Mode::kCreateNew ? CREATE_NEW : mode == Mode::kAppend ? OPEN_ALWAYS : OPEN_EXISTING;
   file_ = ::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                         disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   failed_ = file_ == INVALID_HANDLE_VALUE;

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <string>
 
+#include "common/strings.h"
+
 namespace oru {
 namespace {
 
@@ -33,6 +35,14 @@ void EmitDebug(std::wstring_view text) noexcept {
     ::OutputDebugStringW(terminated.c_str());
   } catch (...) {
     // The debugger channel is the last resort; there is nowhere left to report to.
+  }
+}
+
+void EmitDebug(std::initializer_list<std::wstring_view> parts) noexcept {
+  try {
+    EmitDebug(JoinWide(parts));
+  } catch (...) {
+    // As above: nowhere left to report to.
   }
 }
 

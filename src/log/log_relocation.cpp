@@ -9,42 +9,35 @@
 #include "log/byte_file_stream.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
+#include "log/log_file_format.h"
 #include "log/timestamp.h"
 
 namespace oru {
 namespace {
 
-constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
-constexpr std::wstring_view kSessionHeaderStart = L"\n========== New Session: ";
-constexpr std::wstring_view kSessionHeaderEnd = L"==========\n";
 constexpr std::wstring_view kAppendFailed = L"Exception occurred while appending log: ";
 
-constexpr std::wstring_view kInstallMarker = L"install";
 constexpr std::size_t kMinimumNameForInstall = 7;
-constexpr wchar_t kInstallLogPathValue[] = L"OruInstallLogPath";
-constexpr wchar_t kUninstallLogPathValue[] = L"OruUninstallLogPath";
-
-void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(parts)); }
 
 }  // namespace
 
 const wchar_t* LogPathValueName(std::wstring_view logFileName) {
   const bool install =
-      logFileName.size() >= kMinimumNameForInstall && logFileName.find(kInstallMarker) != std::wstring_view::npos;
-  return install ? kInstallLogPathValue : kUninstallLogPathValue;
+      logFileName.size() >= kMinimumNameForInstall && logFileName.find(L"install") != std::wstring_view::npos;
+  return install ? L"OruInstallLogPath" : L"OruUninstallLogPath";
 }
 
 bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath) {
-  Debug({L"Target log file exists, appending content...\n"});
+  EmitDebug({L"Target log file exists, appending content...\n"});
   try {
     ByteFileStream source;
     if (!source.open(tempLogPath, ByteFileStream::Mode::kRead)) {
-      Debug({L"Failed to open temp file for reading\n"});
+      EmitDebug({L"Failed to open temp file for reading\n"});
       return false;
     }
     ByteFileStream target;
     if (!target.open(targetPath, ByteFileStream::Mode::kAppend)) {
-      Debug({L"Failed to open target file for appending\n"});
+      EmitDebug({L"Failed to open target file for appending\n"});
       return false;
     }
 
@@ -56,7 +49,7 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
       source.seek_to_start();
     }
 
-    const std::string header = WideToUtf8(JoinWide({kSessionHeaderStart, GetTimestamp(), kSessionHeaderEnd}));
+    const std::string header = WideToUtf8(JoinWide({L"\n========== New Session: ", GetTimestamp(), L"==========\n"}));
     target.write(header.data(), header.size());
     char buffer[16384];
     while (source.good()) {
@@ -69,16 +62,16 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
     source.close();
     if (!written) {
       // Keep the temporary log: its text is not safely in the target.
-      Debug({kAppendFailed, L"write failed\n"});
+      EmitDebug({kAppendFailed, L"write failed\n"});
       return false;
     }
-    Debug({L"Log content appended successfully to: ", targetPath, L"\n"});
+    EmitDebug({L"Log content appended successfully to: ", targetPath, L"\n"});
     ::DeleteFileW(tempLogPath.c_str());
     return true;
   } catch (const std::exception& e) {
-    Debug({kAppendFailed, Utf8ToWide(e.what()), L"\n"});
+    EmitDebug({kAppendFailed, Utf8ToWide(e.what()), L"\n"});
   } catch (...) {
-    Debug({L"Unknown exception occurred while appending log\n"});
+    EmitDebug({L"Unknown exception occurred while appending log\n"});
   }
   return false;
 }
@@ -91,13 +84,13 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
       if (record) record(LogPathValueName(fileName), path);
     };
     const std::wstring target = finalLogDir + L"\\" + fileName;
-    Debug({L"Moving log from: ", tempLogPath, L" to: ", target, L"\n"});
+    EmitDebug({L"Moving log from: ", tempLogPath, L" to: ", target, L"\n"});
 
     // The shell returns Win32 codes, which are never negative: the move is
     // attempted whatever the directory call says, and its own failure decides.
     const int created = ::SHCreateDirectoryExW(nullptr, finalLogDir.c_str(), nullptr);
     if (created < 0) {
-      Debug({L"Failed to create final log directory, error: ", ToWideDecimal(created), L"\n"});
+      EmitDebug({L"Failed to create final log directory, error: ", ToWideDecimal(created), L"\n"});
       return;
     }
 
@@ -108,22 +101,22 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
     }
 
     if (::MoveFileExW(tempLogPath.c_str(), target.c_str(), MOVEFILE_COPY_ALLOWED)) {
-      Debug({L"Log file moved successfully to: ", target, L"\n"});
+      EmitDebug({L"Log file moved successfully to: ", target, L"\n"});
       recordLogAt(target);
       return;
     }
     const DWORD error = ::GetLastError();
-    Debug({L"Failed to move log file, error: ", ToWideDecimal(error), L"\n"});
+    EmitDebug({L"Failed to move log file, error: ", ToWideDecimal(error), L"\n"});
 
     if (::CopyFileW(tempLogPath.c_str(), target.c_str(), FALSE)) {
-      Debug({L"Log file copied successfully to: ", target, L"\n"});
+      EmitDebug({L"Log file copied successfully to: ", target, L"\n"});
       ::DeleteFileW(tempLogPath.c_str());
       recordLogAt(target);
       return;
     }
     // Nothing is lost: the log stays in the temporary folder, and the record
     // says so rather than naming an older run's file or nothing.
-    Debug({L"Failed to copy log file\n"});
+    EmitDebug({L"Failed to copy log file\n"});
     recordLogAt(tempLogPath);
   } catch (...) {
     // Building a path can only fail for lack of memory; the log stays where it is.

@@ -9,20 +9,11 @@
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/debug_output.h"
+#include "log/log_file_format.h"
 #include "log/timestamp.h"
 
 namespace oru {
 namespace {
-
-constexpr std::wstring_view kLogDirectoryName = L"OruSetupLogs";
-constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
-constexpr std::wstring_view kHeader = L"=== ORU Setup Log ===\n";
-constexpr std::wstring_view kWarningTag = L"[WARNING] ";
-constexpr std::wstring_view kErrorTag = L"[ERROR] ";
-
-void Debug(std::initializer_list<std::wstring_view> parts) { EmitDebug(JoinWide(parts)); }
-
-std::wstring Flag(bool value) { return value ? L"1" : L"0"; }
 
 // A log of an earlier run whose relocation failed is the only record of that
 // run: rather than emptying it, it keeps its content under a name of its own.
@@ -57,59 +48,60 @@ SetupLogger& SetupLogger::Instance() {
 }
 
 bool SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fileName) {
-  Debug({L"[InitLog] 目录: ", directory, L"\n"});
-  Debug({L"[InitLog] 文件名: ", fileName, L"\n"});
+  EmitDebug({L"[InitLog] 目录: ", directory, L"\n"});
+  EmitDebug({L"[InitLog] 文件名: ", fileName, L"\n"});
   std::wstring fullPath;
   try {
     std::lock_guard lock(logMutex);
     if (isInit && logStream.is_open()) {
-      Debug({L"[InitLog] 已经初始化，跳过\n"});
+      EmitDebug({L"[InitLog] 已经初始化，跳过\n"});
       return true;
     }
     fullPath = directory + L"\\" + fileName;
     logPath = fullPath;
-    Debug({L"[InitLog] 完整路径: ", fullPath, L"\n"});
+    EmitDebug({L"[InitLog] 完整路径: ", fullPath, L"\n"});
 
-    Debug({L"[InitLog] 清除流状态...\n"});
+    EmitDebug({L"[InitLog] 清除流状态...\n"});
     logStream.clear();
 
-    Debug({L"[InitLog] 打开文件（二进制+截断模式，使用UTF-8编码）...\n"});
+    EmitDebug({L"[InitLog] 打开文件（二进制+截断模式，使用UTF-8编码）...\n"});
     logStream.open(fullPath, ByteFileStream::Mode::kCreateNew);
     if (!logStream.is_open()) {
-      Debug({L"[InitLog] 错误：无法打开日志文件: ", fullPath, L"\n"});
+      EmitDebug({L"[InitLog] 错误：无法打开日志文件: ", fullPath, L"\n"});
       isInit = false;
       return false;
     }
-    Debug({L"[InitLog] 文件打开成功\n"});
-    Debug({L"[InitLog] 流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()), L"\n"});
+    EmitDebug({L"[InitLog] 文件打开成功\n"});
+    EmitDebug({L"[InitLog] 流状态 - good(): ", DigitText(logStream.good()), L", fail(): ", DigitText(logStream.fail()),
+               L"\n"});
 
-    Debug({L"[InitLog] 写入 UTF-8 BOM...\n"});
+    EmitDebug({L"[InitLog] 写入 UTF-8 BOM...\n"});
     logStream.write(kUtf8Bom, 3);
 
-    Debug({L"[InitLog] 写入测试消息...\n"});
-    const std::string header = WideToUtf8(kHeader);
+    EmitDebug({L"[InitLog] 写入测试消息...\n"});
+    const std::string header = WideToUtf8(L"=== ORU Setup Log ===\n");
     logStream.write(header.data(), header.size());
     logStream.flush();
-    Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()),
-           L"\n"});
+    EmitDebug({L"[InitLog] 测试写入后流状态 - good(): ", DigitText(logStream.good()), L", fail(): ",
+               DigitText(logStream.fail()), L"\n"});
 
     if (!logStream.good()) {
-      Debug({L"[InitLog] 错误：测试写入失败！\n"});
+      EmitDebug({L"[InitLog] 错误：测试写入失败！\n"});
       isInit = false;
       logStream.close();
       return false;
     }
-    Debug({L"[InitLog] 日志初始化完成: ", fullPath, L"\n"});
+    EmitDebug({L"[InitLog] 日志初始化完成: ", fullPath, L"\n"});
     // Reported before the flag is set, so a normal start reads "isInit = 0".
-    Debug({L"[InitLog] isInit = ", Flag(isInit), L"\n"});
+    EmitDebug({L"[InitLog] isInit = ", DigitText(isInit), L"\n"});
     isInit = true;
     return true;
   } catch (const std::exception& e) {
     isInit = false;
-    Debug({L"[InitLog] 捕获异常: ", Utf8ToWide(e.what()), L"\n"});
+    EmitDebug({L"[InitLog] 捕获异常: ", Utf8ToWide(e.what()), L"\n"});
   } catch (...) {
     isInit = false;
-    Debug({L"[InitLog] 捕获未知异常，初始化失败: ", fullPath, L"\n"});
+    EmitDebug({L"[InitLog] 捕获未知异常，初始化失败: ", fullPath, L"\n"});
   }
   return false;
 }
@@ -121,7 +113,7 @@ void SetupLogger::SetFinalLogPath(const std::wstring& directory) {
   } catch (...) {
     return;
   }
-  Debug({L"Final log path set to: ", directory, L"\n"});
+  EmitDebug({L"Final log path set to: ", directory, L"\n"});
 }
 
 void SetupLogger::SetLogPathRecorder(LogPathRecorder recorder) {
@@ -129,7 +121,7 @@ void SetupLogger::SetLogPathRecorder(LogPathRecorder recorder) {
     std::lock_guard lock(logMutex);
     logPathRecorder = std::move(recorder);
   } catch (...) {
-    Debug({L"SetLogPathRecorder: the recorder could not be stored\n"});
+    EmitDebug({L"SetLogPathRecorder: the recorder could not be stored\n"});
   }
 }
 
@@ -152,19 +144,19 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
     std::lock_guard lock(logMutex);
     if (!isInit) return;
     if (!logStream.is_open()) {
-      Debug({L"[LogDebugInter] 错误：日志文件未打开！\n"});
-      Debug({L"[LogDebugInter] 期望的日志路径: ", logPath, L"\n"});
+      EmitDebug({L"[LogDebugInter] 错误：日志文件未打开！\n"});
+      EmitDebug({L"[LogDebugInter] 期望的日志路径: ", logPath, L"\n"});
       return;
     }
     const std::string bytes = WideToUtf8(line);
     logStream.write(bytes.data(), bytes.size());
-    if (!logStream.good()) Debug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
+    if (!logStream.good()) EmitDebug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
     // Every line is on disk as soon as it is logged: a crash loses nothing.
     logStream.flush();
   } catch (const std::exception& e) {
-    Debug({L"[LogDebugInter] 捕获 std::exception: ", Utf8ToWide(e.what()), L"\n"});
+    EmitDebug({L"[LogDebugInter] 捕获 std::exception: ", Utf8ToWide(e.what()), L"\n"});
   } catch (...) {
-    Debug({L"[LogDebugInter] 捕获未知异常\n"});
+    EmitDebug({L"[LogDebugInter] 捕获未知异常\n"});
   }
 }
 
@@ -191,7 +183,7 @@ void SetupLogger::CloseLogFile() {
     lock.unlock();
     if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath, recorder);
   } catch (...) {
-    Debug({L"CloseLogFile: Exception occurred while closing log file\n"});
+    EmitDebug({L"CloseLogFile: Exception occurred while closing log file\n"});
   }
 }
 
@@ -208,7 +200,7 @@ std::wstring SetupLogger::LogPath() {
 void InitSetupLog(const std::wstring& fileName) {
   wchar_t temp[MAX_PATH] = {};
   ::GetTempPathW(MAX_PATH, temp);
-  const std::wstring directory = std::wstring(temp) + std::wstring(kLogDirectoryName);
+  const std::wstring directory = std::wstring(temp) + L"OruSetupLogs";
   // An existing directory is fine; a real failure shows when the file won't open.
   ::SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
   SetupLogger& logger = SetupLogger::Instance();
@@ -232,9 +224,11 @@ void InitSetupLog(const std::wstring& fileName) {
 
 void LogInfo(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(message); }
 
-void LogWarning(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({kWarningTag, message})); }
+void LogWarning(std::wstring_view message) {
+  SetupLogger::Instance().LogDebugInter(JoinWide({L"[WARNING] ", message}));
+}
 
-void LogError(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({kErrorTag, message})); }
+void LogError(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({L"[ERROR] ", message})); }
 
 void CloseLogFile() { SetupLogger::Instance().CloseLogFile(); }
 

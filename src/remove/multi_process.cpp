@@ -8,31 +8,8 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kCmdDeleteFile = L"cmd.exe /C del /F /Q ";
-constexpr std::wstring_view kCmdDeleteDirectory = L"cmd.exe /C rmdir /S /Q ";
 constexpr std::wstring_view kPowerShellRemove = L"powershell.exe -Command \"Remove-Item -Path ";
-constexpr std::wstring_view kPowerShellFileSwitches = L" -Force\"";
-constexpr std::wstring_view kPowerShellDirectorySwitches = L" -Recurse -Force\"";
 
-constexpr std::wstring_view kAttemptingTo = L"Attempting to ";
-constexpr std::wstring_view kUsingChildProcess = L" using child process: ";
-constexpr std::wstring_view kExecutingCommand = L"Executing command: ";
-constexpr std::wstring_view kChildSucceeded = L"Child process successfully ";
-constexpr std::wstring_view kVerified = L"Target deletion verified: ";
-constexpr std::wstring_view kChildTargetRemains = L"Child process reported success but target still exists: ";
-constexpr std::wstring_view kChildFailedWithCode = L"Child process failed with exit code: ";
-constexpr std::wstring_view kTryingPowerShell = L"Trying PowerShell ";
-constexpr std::wstring_view kMethod = L" method";
-constexpr std::wstring_view kExecutingPowerShell = L"Executing PowerShell command: ";
-constexpr std::wstring_view kPowerShellSucceeded = L"PowerShell process successfully ";
-constexpr std::wstring_view kVerifiedPowerShell = L"Target deletion verified using PowerShell: ";
-constexpr std::wstring_view kPowerShellTargetRemains = L"PowerShell process reported success but target still exists: ";
-constexpr std::wstring_view kPowerShellFailedWithCode = L"PowerShell process failed with exit code: ";
-constexpr std::wstring_view kAllMethodsFailed = L"All multi-process ";
-constexpr std::wstring_view kMethodsFailedFor = L" methods failed for: ";
-
-constexpr std::wstring_view kCreateFailed = L"Failed to create child process for ";
-constexpr std::wstring_view kTimedOut = L"Child process timed out, terminating it";
 constexpr std::wstring_view kErrorSuffix = L", error: ";
 
 constexpr UINT kTerminatedExitCode = 1;
@@ -46,13 +23,13 @@ bool TargetGone(const std::wstring& target) { return ::GetFileAttributesW(target
 }  // namespace
 
 DeletionCommands FileDeletionCommands(const std::wstring& path) {
-  return {JoinWide({kCmdDeleteFile, Quoted(path, L"\"")}),
-          JoinWide({kPowerShellRemove, Quoted(path, L"'"), kPowerShellFileSwitches})};
+  return {JoinWide({L"cmd.exe /C del /F /Q ", Quoted(path, L"\"")}),
+          JoinWide({kPowerShellRemove, Quoted(path, L"'"), L" -Force\""})};
 }
 
 DeletionCommands DirectoryDeletionCommands(const std::wstring& dir) {
-  return {JoinWide({kCmdDeleteDirectory, Quoted(dir, L"\"")}),
-          JoinWide({kPowerShellRemove, Quoted(dir, L"'"), kPowerShellDirectorySwitches})};
+  return {JoinWide({L"cmd.exe /C rmdir /S /Q ", Quoted(dir, L"\"")}),
+          JoinWide({kPowerShellRemove, Quoted(dir, L"'"), L" -Recurse -Force\""})};
 }
 
 DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const std::wstring& operation) {
@@ -64,14 +41,14 @@ DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const st
   std::wstring writable = commandLine;
   if (!::CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info)) {
     const DWORD error = ::GetLastError();
-    LogInfo(JoinWide({kCreateFailed, operation, kErrorSuffix, ToWideDecimal(error)}));
+    LogInfo(JoinWide({L"Failed to create child process for ", operation, kErrorSuffix, ToWideDecimal(error)}));
     return kChildFailed;
   }
   UniqueHandle process(info.hProcess);
   UniqueHandle thread(info.hThread);
 
   if (::WaitForSingleObject(process.get(), timeoutMs) == WAIT_TIMEOUT) {
-    LogInfo(kTimedOut);
+    LogInfo(L"Child process timed out, terminating it");
     ::TerminateProcess(process.get(), kTerminatedExitCode);
     return kChildFailed;
   }
@@ -91,10 +68,13 @@ struct ChildMethodTexts {
   std::wstring_view failedWithCode;
 };
 
-constexpr ChildMethodTexts kCmdTexts{kExecutingCommand, kChildSucceeded, kVerified, kChildTargetRemains,
-                                     kChildFailedWithCode};
-constexpr ChildMethodTexts kPowerShellTexts{kExecutingPowerShell, kPowerShellSucceeded, kVerifiedPowerShell,
-                                            kPowerShellTargetRemains, kPowerShellFailedWithCode};
+constexpr ChildMethodTexts kCmdTexts{
+    L"Executing command: ", L"Child process successfully ", L"Target deletion verified: ",
+    L"Child process reported success but target still exists: ", L"Child process failed with exit code: "};
+constexpr ChildMethodTexts kPowerShellTexts{L"Executing PowerShell command: ", L"PowerShell process successfully ",
+                                            L"Target deletion verified using PowerShell: ",
+                                            L"PowerShell process reported success but target still exists: ",
+                                            L"PowerShell process failed with exit code: "};
 
 // Runs one method; true only when its child exited 0 and the target is gone.
 // A child that claims success while the target remains counts as failed.
@@ -120,11 +100,11 @@ bool TryChildMethod(const ChildMethodTexts& texts, const std::wstring& command, 
 
 bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
                                    const std::wstring& target, DWORD timeoutMs, const std::wstring& operation) {
-  LogInfo(JoinWide({kAttemptingTo, operation, kUsingChildProcess, target}));
+  LogInfo(JoinWide({L"Attempting to ", operation, L" using child process: ", target}));
   if (TryChildMethod(kCmdTexts, cmdCommand, target, timeoutMs, operation)) return true;
-  LogInfo(JoinWide({kTryingPowerShell, operation, kMethod}));
+  LogInfo(JoinWide({L"Trying PowerShell ", operation, L" method"}));
   if (TryChildMethod(kPowerShellTexts, powerShellCommand, target, timeoutMs, operation)) return true;
-  LogInfo(JoinWide({kAllMethodsFailed, operation, kMethodsFailedFor, target}));
+  LogInfo(JoinWide({L"All multi-process ", operation, L" methods failed for: ", target}));
   return false;
 }
 

@@ -28,13 +28,13 @@ void TempDirectoryManager::RemoveStaleDirectory(const std::wstring& path, const 
                                                 std::uint64_t& freedBytes) {
   const std::uint64_t size = GetDirectorySize(path);
   if (!DeleteDirectoryRecursive(path)) return;
-  LogInfo(JoinWide({kStaleRemoved, name, kStaleSizeOpen, Mebibytes(size), kStaleSizeClose}));
+  LogInfo(JoinWide({L"  清理: ", name, L" (", Mebibytes(size), L" MB)"}));
   ++count;
   freedBytes += size;
 }
 
 void TempDirectoryManager::CleanupStaleDirectories() {
-  LogInfo(kStaleStart);
+  LogInfo(L"开始清理旧的残留目�?..");
   unsigned count = 0;
   std::uint64_t freedBytes = 0;
 
@@ -79,10 +79,10 @@ void TempDirectoryManager::CleanupStaleDirectories() {
   }
 
   if (count > 0) {
-    LogInfo(JoinWide({kStaleDone, ToWideDecimal(count), kStaleCountSuffix}));
-    LogInfo(JoinWide({kStaleFreed, Mebibytes(freedBytes), kMegabytes}));
+    LogInfo(JoinWide({L"清理完成: ", ToWideDecimal(count), L" 个目 "}));
+    LogInfo(JoinWide({L"释放空间: ", Mebibytes(freedBytes), kMegabytes}));
   } else {
-    LogInfo(kStaleNone);
+    LogInfo(L"未发现旧的残留目录");
   }
 }
 

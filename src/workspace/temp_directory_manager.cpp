@@ -49,13 +49,13 @@ std::wstring TempDirectoryManager::GetTavrinDirectory() const { return tavrinDir
 
 bool TempDirectoryManager::Initialize(std::uint64_t required, bool cleanupStale) {
   if (initialized) {
-    LogWarning(kAlreadyInitialized);
+    LogWarning(L"TempDirectoryManager already initialized");
     return true;
   }
   requiredBytes = required;
   LogInfo(kSeparator);
-  LogInfo(kManagerTitle);
-  LogInfo(JoinWide({kRequiredSpace, Mebibytes(requiredBytes), kMegabytes}));
+  LogInfo(L"临时目录管理器初始化");
+  LogInfo(JoinWide({L"需要空�? ", Mebibytes(requiredBytes), kMegabytes}));
   LogInfo(kSeparator);
 
   if (cleanupStale) CleanupStaleDirectories();
@@ -64,24 +64,24 @@ bool TempDirectoryManager::Initialize(std::uint64_t required, bool cleanupStale)
     strategy = 0;
     initialized = true;
     LogInfo(kCreated + std::wstring(tempDir));
-    LogInfo(kStrategySystemTemp);
+    LogInfo(L"使用策略: 系统临时目录");
     return true;
   }
   if (TryCreateInLocalAppData()) {
     strategy = 1;
     initialized = true;
     LogInfo(kCreated + std::wstring(tempDir));
-    LogInfo(kStrategyLocalAppData);
+    LogInfo(L"使用策略: LocalAppData目录");
     return true;
   }
   if (TryCreateBesideExecutable()) {
     strategy = 2;
     initialized = true;
-    LogWarning(kStrategyFallback);
-    LogInfo(kFallbackDirectory + std::wstring(tempDir));
+    LogWarning(L"使用备用方案: EXE同目");
+    LogInfo(L"临时目录: " + std::wstring(tempDir));
     return true;
   }
-  LogError(kAllStrategiesFailed);
+  LogError(L"无法创建临时目录，所有策略都失败");
   return false;
 }
 
@@ -115,23 +115,23 @@ bool TempDirectoryManager::TryCreateInSystemTemp() {
     LogInfo(kTempPathFailed);
     return false;
   }
-  LogInfo(kTryPlace1);
+  LogInfo(L"尝试策略1: 系统临时目录");
   LogInfo(kPathLabel + std::wstring(tempDir));
 
   if (!PrepareHiddenWorkspace()) return false;
-  LogInfo(kCreatingTavrin);
+  LogInfo(L"  开始创�?Tavrin 子目�?..");
   if (!FormatPath(tavrinDir, L"%ls\\tavrin", tempDir)) {
     LogWarning(kTavrinFailed);
     return false;
   }
-  LogInfo(kTavrinPath + std::wstring(tavrinDir));
+  LogInfo(L"  Tavrin 子目录路�? " + std::wstring(tavrinDir));
   if (!CreateHiddenDirectory(tavrinDir)) {
     // The workspace itself stays; a later run's stale cleanup removes it.
     LogWarning(kTavrinFailed);
     return false;
   }
   LogInfo(kTavrinCreated);
-  LogInfo(kPlace1Succeeded);
+  LogInfo(L"  策略1成功");
   return true;
 }
 
@@ -139,10 +139,10 @@ bool TempDirectoryManager::TryCreateInLocalAppData() {
   wchar_t localAppData[MAX_PATH] = {};
   if (FAILED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData)) ||
       !FormatPath(tempDir, L"%ls\\OruSetup\\Temp_%u", localAppData, ProcessId())) {
-    LogInfo(kLocalAppDataFailed);
+    LogInfo(L"SHGetFolderPath(CSIDL_LOCAL_APPDATA) 失败");
     return false;
   }
-  LogInfo(kTryPlace2);
+  LogInfo(L"尝试策略2: LocalAppData目录");
   LogInfo(kPathLabel + std::wstring(tempDir));
 
   if (!CheckDiskSpace(tempDir, requiredBytes)) {
@@ -165,14 +165,14 @@ bool TempDirectoryManager::TryCreateInLocalAppData() {
     DeleteDirectoryRecursive(tempDir);
     return false;
   }
-  LogInfo(kPlace2Succeeded);
+  LogInfo(L"  策略2成功");
   return true;
 }
 
 bool TempDirectoryManager::TryCreateBesideExecutable() {
   // No process id here: the same name every run, found again by its fixed name.
   const bool named = exeDir[0] != L'\0' && FormatPath(tempDir, L"%ls\\.OruSetupTemp", exeDir);
-  LogInfo(kTryPlace3);
+  LogInfo(L"尝试策略3: EXE同目录（兜底)");
   LogInfo(kPathLabel + std::wstring(tempDir));
   if (!named) {
     LogInfo(kDirectoryCreateFailed);
@@ -185,15 +185,15 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
     return false;
   }
   LogInfo(kTavrinCreated);
-  LogInfo(kPlace3Succeeded);
+  LogInfo(L"  策略3成功");
   return true;
 }
 
 void TempDirectoryManager::Cleanup() {
   if (!initialized) return;
-  LogInfo(kCleanupStart);
+  LogInfo(L"开始清理临时目�?..");
   if (DeleteDirectoryRecursive(tempDir)) {
-    LogInfo(kCleanupSucceeded + std::wstring(tempDir));
+    LogInfo(L"临时目录清理成功: " + std::wstring(tempDir));
   } else {
     // Left for the stale cleanup of a later run; nothing is scheduled.
     LogWarning(kCleanupFailed + std::wstring(tempDir));

@@ -38,16 +38,16 @@ bool TempDirectoryManager::CheckDiskSpace(const std::wstring& path, std::uint64_
   std::uint64_t available = 0;
   if (!freeSpace(root, available)) {
     const DWORD error = ::GetLastError();
-    LogInfo(kFreeSpaceQueryFailed + ToWideDecimal(error));
+    LogInfo(L"GetDiskFreeSpaceEx() 失败，错误码: " + ToWideDecimal(error));
     return false;
   }
   const std::uint64_t needed = required + kDiskSpaceMargin;
   if (available >= needed) {
-    LogInfo(JoinWide({kDiskSpacePassed, Mebibytes(available), kMegabytes}));
+    LogInfo(JoinWide({L"  磁盘空间检查通过: ", Mebibytes(available), kMegabytes}));
     return true;
   }
-  LogInfo(JoinWide({kAvailableSpace, Mebibytes(available), kMegabytes}));
-  LogInfo(JoinWide({kNeededSpace, Mebibytes(needed), kMegabytes}));
+  LogInfo(JoinWide({L"  可用空间: ", Mebibytes(available), kMegabytes}));
+  LogInfo(JoinWide({L"  需要空�? ", Mebibytes(needed), kMegabytes}));
   return false;
 }
 
@@ -72,15 +72,15 @@ bool TempDirectoryManager::TestWriteAccess(const std::wstring& directory) {
     LogInfo(kWriteTestFailed + ToWideDecimal(error));
     return false;
   }
-  LogInfo(kWriteTestPassed);
+  LogInfo(L"  写入权限测试通过");
   return true;
 }
 
 bool TempDirectoryManager::CreateHiddenDirectory(const std::wstring& path) {
-  LogInfo(kHiddenStart + path);
+  LogInfo(L"    [CreateHiddenDirectory] 开始创建目�? " + path);
   if (IsDirectory(::GetFileAttributesW(path.c_str()))) {
-    LogInfo(kHiddenExistsDeleting + path);
-    LogInfo(DeleteDirectoryRecursive(path) ? kHiddenDeletedExisting : kHiddenDeleteExistingFailed);
+    LogInfo(L"    目录已存在，尝试删除: " + path);
+    LogInfo(DeleteDirectoryRecursive(path) ? L"    删除已存在目录成" : L"    删除已存在目录失");
   }
   // A link that would not go stays a link: using it would put the workspace
   // wherever it points.
@@ -88,25 +88,25 @@ bool TempDirectoryManager::CreateHiddenDirectory(const std::wstring& path) {
     LogInfo(kDeleteLinkOnly + path);
     return false;
   }
-  LogInfo(kHiddenCallingCreate);
+  LogInfo(L"    调用 CreateDirectory()...");
   if (::CreateDirectoryW(path.c_str(), nullptr)) {
-    LogInfo(kHiddenCreateSucceeded);
+    LogInfo(L"    CreateDirectory() 成功");
   } else {
     const DWORD error = ::GetLastError();
     if (error != ERROR_ALREADY_EXISTS) {
-      LogInfo(kHiddenCreateFailed + ToWideDecimal(error));
+      LogInfo(L"    CreateDirectory() 失败，错误码: " + ToWideDecimal(error));
       return false;
     }
-    LogInfo(kHiddenAlreadyExists);
+    LogInfo(L"    目录已存在ERROR_ALREADY_EXISTS");
   }
-  LogInfo(kHiddenSettingAttribute);
+  LogInfo(L"    设置隐藏属�?..");
   if (::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN)) {
-    LogInfo(kHiddenAttributeSet);
+    LogInfo(L"    隐藏属性设置成");
   } else {
     const DWORD error = ::GetLastError();
-    LogInfo(kHiddenAttributeFailed + ToWideDecimal(error));
+    LogInfo(L"    设置隐藏属性失败，错误�? " + ToWideDecimal(error));
   }
-  LogInfo(kHiddenDone);
+  LogInfo(L"    [CreateHiddenDirectory] 完成");
   return true;
 }
 
@@ -119,7 +119,7 @@ bool TempDirectoryManager::CreateDirectoryTree(const std::wstring& path) {
     if (!::CreateDirectoryW(prefix.c_str(), nullptr)) {
       const DWORD error = ::GetLastError();
       if (error != ERROR_ALREADY_EXISTS) {
-        LogInfo(JoinWide({kParentCreateFailed, prefix, kErrorLabel, ToWideDecimal(error)}));
+        LogInfo(JoinWide({L"创建父目录失败，路径: ", prefix, L", 错误: ", ToWideDecimal(error)}));
         return false;
       }
     }
@@ -127,7 +127,7 @@ bool TempDirectoryManager::CreateDirectoryTree(const std::wstring& path) {
   if (!::CreateDirectoryW(path.c_str(), nullptr)) {
     const DWORD error = ::GetLastError();
     if (error != ERROR_ALREADY_EXISTS) {
-      LogInfo(kFinalCreateFailed + ToWideDecimal(error));
+      LogInfo(L"创建最终目录失败，错误�? " + ToWideDecimal(error));
       return false;
     }
   }
@@ -136,10 +136,10 @@ bool TempDirectoryManager::CreateDirectoryTree(const std::wstring& path) {
 
 bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   if (path.empty()) {
-    LogInfo(kDeleteEmptyPath);
+    LogInfo(L"      [DeleteDirectoryRecursive] 路径为空");
     return false;
   }
-  LogInfo(kDeleteStart + path);
+  LogInfo(L"      [DeleteDirectoryRecursive] 删除: " + path);
   // Listing through a link would delete what it points to.
   if (IsLink(::GetFileAttributesW(path.c_str()))) return RemoveLink(path);
 
@@ -163,15 +163,14 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   });
   if (!listed) {
     const DWORD error = ::GetLastError();
-    LogInfo(kDeleteFindFailed + ToWideDecimal(error));
+    LogInfo(L"      FindFirstFile 失败，错误码: " + ToWideDecimal(error));
     return false;
   }
 
-  LogInfo(JoinWide({kDeleteCountPrefix, ToWideDecimal(files), kDeleteCountFiles, ToWideDecimal(directories),
-                    kDeleteCountDirectories}));
+  LogInfo(JoinWide({L"      删除", ToWideDecimal(files), L" 个文 ", ToWideDecimal(directories), L" 个子目录"}));
   ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
   if (::RemoveDirectoryW(path.c_str())) {
-    LogInfo(kRemoveSucceeded);
+    LogInfo(L"      RemoveDirectory 成功");
     return true;
   }
   const DWORD error = ::GetLastError();
