@@ -35,14 +35,12 @@ void RunUnix(const std::wstring& program, const std::wstring& arguments) {
   }
 }
 
-bool IsLink(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
-
+// True once `path` is (wanted) or is no longer (!wanted) a link.
 bool WaitUntilLink(const std::wstring& path, bool wanted) {
   for (int i = 0; i < kPollRounds; ++i, ::Sleep(kPollIntervalMs)) {
-    if (IsLink(path) == wanted) return true;
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if ((attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) == wanted)
+      return true;
   }
   return false;
 }

@@ -34,6 +34,8 @@
 
 #include <cwchar>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <vector>
 #include <string>
 
@@ -64,20 +66,13 @@ void AppendTrace(const std::wstring& tracePath) {
   ::CloseHandle(file);
 }
 
-// trace_path.txt beside this program, read whole, or empty.
+// What trace_path.txt beside this program names (UTF-8), or empty.
 std::wstring TraceRedirection() {
   wchar_t self[MAX_PATH] = {};
   ::GetModuleFileNameW(nullptr, self, MAX_PATH);
-  HANDLE file = ::CreateFileW((std::filesystem::path(self).parent_path() / L"trace_path.txt").c_str(), GENERIC_READ,
-                              FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return {};
-  char utf8[1024] = {};
-  DWORD read = 0;
-  ::ReadFile(file, utf8, sizeof(utf8) - 1, &read, nullptr);
-  ::CloseHandle(file);
-  wchar_t wide[1024] = {};
-  ::MultiByteToWideChar(CP_UTF8, 0, utf8, static_cast<int>(read), wide, 1023);
-  return wide;
+  std::ifstream in(std::filesystem::path(self).parent_path() / L"trace_path.txt", std::ios::binary);
+  const std::string utf8((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).wstring();
 }
 
 void ChangeRegistration(const std::wstring& mode) {
