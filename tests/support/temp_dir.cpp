@@ -5,6 +5,9 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
+
+#include "common/unique_handle.h"
 
 namespace oru::test {
 namespace fs = std::filesystem;
@@ -37,14 +40,24 @@ std::wstring TempDir::WriteFile(const std::wstring& relative, const std::string&
 
 bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
+// std::filesystem (mingw's) does not see Wine's links as links and walks
+// through them into their targets: this walk leaves every link alone.
 void RemoveTree(const std::wstring& path) {
-  std::error_code ec;
-  if (!fs::exists(fs::path(path), ec)) return;
-  for (auto it = fs::recursive_directory_iterator(fs::path(path), ec); !ec && it != fs::recursive_directory_iterator();
-       it.increment(ec)) {
-    ::SetFileAttributesW(it->path().wstring().c_str(), FILE_ATTRIBUTE_NORMAL);
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
+  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    ::DeleteFileW(path.c_str());
+    return;
   }
-  fs::remove_all(fs::path(path), ec);
+  WIN32_FIND_DATAW entry{};
+  if (UniqueFind find(::FindFirstFileW((path + L"\\*").c_str(), &entry)); find) {
+    do {
+      const std::wstring_view name = entry.cFileName;
+      if (name != L"." && name != L"..") RemoveTree(path + L"\\" + entry.cFileName);
+    } while (::FindNextFileW(find.get(), &entry));
+  }
+  ::RemoveDirectoryW(path.c_str());
 }
 
 }  // namespace oru::test

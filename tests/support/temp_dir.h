@@ -29,7 +29,8 @@ class TempDir {
 // True when the path names an existing file or folder.
 [[nodiscard]] bool Exists(const std::wstring& path);
 
-// Removes a tree with std::filesystem after clearing read-only attributes.
+// Removes a tree, read-only files included; a link in it (or the path itself
+// being one) is left alone, never walked.
 void RemoveTree(const std::wstring& path);
 
 }  // namespace oru::test
