@@ -36,7 +36,8 @@ std::wstring InstallationRecordRefusal(const InstallationRecord& record,
   if (!pathRefusal.empty()) return std::wstring(pathRefusal);
   if (!IsPlainFolderName(record.pv)) return L"pv is not one plain folder name";
   for (const std::wstring& folder : protectedFolders) {
-    if (IsSameOrInside(folder, record.install_path)) return L"the path is or holds a folder of the user or the system: " + folder;
+    if (IsSameOrInside(folder, record.install_path))
+      return L"the path is or holds a folder of the user or the system: " + folder;
   }
   return {};
 }

@@ -191,8 +191,10 @@ bool RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath
 // first one's log: it tells the user and leaves. The mutex lives as long as
 // this process holds its handle.
 bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
-  instanceLock.reset(::CreateMutexW(nullptr, FALSE, L"Local\\Oru.stravo.Uninstaller"));
-  return instanceLock && ::GetLastError() == ERROR_ALREADY_EXISTS;
+  HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Local\\Oru.stravo.Uninstaller");
+  const DWORD error = ::GetLastError();
+  instanceLock.reset(mutex);
+  return instanceLock && error == ERROR_ALREADY_EXISTS;
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "common/path_rules.h"
 
+#include <algorithm>
+
 #include "common/strings.h"
 
 namespace oru {
@@ -24,9 +26,7 @@ bool IsPlainSegment(std::wstring_view segment) {
 
 std::wstring NormalizePath(std::wstring_view path) {
   std::wstring normal(path);
-  for (wchar_t& c : normal) {
-    if (c == L'/') c = L'\\';
-  }
+  std::replace(normal.begin(), normal.end(), L'/', L'\\');
   while (!normal.empty() && normal.back() == L'\\') normal.pop_back();
   return normal;
 }

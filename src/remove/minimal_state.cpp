@@ -45,8 +45,8 @@ LevelVerdict JudgeInstallationLevel(const std::vector<ListedEntry>& entries) {
   verdict.lines.push_back(L"Total files found: 0 (any files would have caused early termination)");
   // The plural is fixed text, even for one folder.
   if (folders != 2) {
-    return Fail(std::move(verdict), JoinWide({L"Expected exactly 2 folders, but found ", ToWideDecimal(folders),
-                                              L" folders"}));
+    return Fail(std::move(verdict),
+                JoinWide({L"Expected exactly 2 folders, but found ", ToWideDecimal(folders), L" folders"}));
   }
   if (!uninstallFound) return Fail(std::move(verdict), L"Uninstall folder not found");
   if (verdict.other.empty()) return Fail(std::move(verdict), L"No other folder found besides uninstall folder");
@@ -60,7 +60,8 @@ LevelVerdict JudgeVersionLevel(const std::wstring& other, const std::vector<List
   bool installerFound = false;
   for (const ListedEntry& entry : entries) {
     if (entry.link) return Fail(std::move(verdict), LinkFound(other, entry.name));
-    if (++items > 1) return Fail(std::move(verdict), JoinWide({L"Found more than 1 item in ", other, kTerminatingSuffix}));
+    if (++items > 1)
+      return Fail(std::move(verdict), JoinWide({L"Found more than 1 item in ", other, kTerminatingSuffix}));
     if (!entry.directory) return Fail(std::move(verdict), JoinWide({L"Found file in ", other, L": ", entry.name}));
     if (entry.name != kInstallerFolder) {
       return Fail(std::move(verdict), JoinWide({L"Found unexpected folder in ", other, L": ", entry.name}));
@@ -94,8 +95,8 @@ LevelVerdict JudgeInstallerLevel(const std::vector<ListedEntry>& entries) {
     verdict.lines.push_back(L"Found setup.exe in Installer folder");
   }
   if (items != 1) {
-    return Fail(std::move(verdict),
-                JoinWide({L"Expected exactly 1 item in Installer folder, but found ", ToWideDecimal(items), L" items"}));
+    return Fail(std::move(verdict), JoinWide({L"Expected exactly 1 item in Installer folder, but found ",
+                                              ToWideDecimal(items), L" items"}));
   }
   if (!setupFound) return Fail(std::move(verdict), L"setup.exe not found in Installer folder");
   verdict.met = true;

@@ -51,5 +51,4 @@ void DeleteDirectoryMultiProcess(const std::wstring& dir);
 // that will not go is handed to DeleteDirectoryMultiProcess. Logged only.
 void DeleteEmptyParentDirectory(const std::wstring& filePath);
 
-
 }  // namespace oru

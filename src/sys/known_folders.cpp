@@ -12,8 +12,8 @@ namespace oru {
 namespace {
 
 constexpr const KNOWNFOLDERID* kProtectedFolderIds[] = {
-    &FOLDERID_Profile,      &FOLDERID_LocalAppData, &FOLDERID_RoamingAppData, &FOLDERID_Desktop,
-    &FOLDERID_Documents,    &FOLDERID_Downloads,    &FOLDERID_Windows,        &FOLDERID_ProgramFiles,
+    &FOLDERID_Profile,         &FOLDERID_LocalAppData,       &FOLDERID_RoamingAppData, &FOLDERID_Desktop,
+    &FOLDERID_Documents,       &FOLDERID_Downloads,          &FOLDERID_Windows,        &FOLDERID_ProgramFiles,
     &FOLDERID_ProgramFilesX86, &FOLDERID_ProgramFilesCommon, &FOLDERID_UserProfiles,
 };
 

@@ -35,8 +35,7 @@ TEST(InstallDiscoveryTest, AFailedKillEndsTheCheckBeforeTheRegistryIsRead) {
   EXPECT_TRUE(context.install_path.empty());
   EXPECT_FALSE(log.HasFragment(L"registry"));
   EXPECT_EQ(events.Names(), (std::vector<std::string>{"uninstall_stop_app_start", "uninstall_stop_app_fail"}));
-  EXPECT_EQ(events.Events().back().params,
-            (EventParams{{"error", "kill_failed"}, {"process_name", "oru.stravo.exe"}}));
+  EXPECT_EQ(events.Events().back().params, (EventParams{{"error", "kill_failed"}, {"process_name", "oru.stravo.exe"}}));
 }
 
 }  // namespace

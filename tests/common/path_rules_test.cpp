@@ -6,19 +6,38 @@ namespace oru {
 namespace {
 
 TEST(PathRules, NormalFormTurnsSlashesAndDropsTrailingSeparators) {
-  EXPECT_EQ(NormalizePath(L"C:/Users/me/AppData/Local/Oru.stravo/Application/"), L"C:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application");
+  EXPECT_EQ(NormalizePath(L"C:/Users/me/AppData/Local/Oru.stravo/Application/"),
+            L"C:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application");
   EXPECT_EQ(NormalizePath(L"C:\\a\\\\//"), L"C:\\a");
   EXPECT_EQ(NormalizePath(L"\\\\"), L"");
 }
 
 TEST(PathRules, OnlyAbsoluteLocalPathsWithPlainSegmentsPass) {
-  for (const wchar_t* path : {L"C:\\a", L"c:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application", L"D:\\x y\\1.0 (2)\\%TEMP%"}) {
+  for (const wchar_t* path :
+       {L"C:\\a", L"c:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application", L"D:\\x y\\1.0 (2)\\%TEMP%"}) {
     EXPECT_TRUE(AbsoluteLocalPathRefusal(path).empty()) << path;
   }
-  for (const wchar_t* path :
-       {L"", L".", L"..", L"Oru.stravo\\Application", L"..\\x", L"\\Users\\me", L"C:", L"C:relative", L"1:\\a",
-        L"C:\\a\\..\\b", L"C:\\a\\.\\b", L"C:\\a\\\\b", L"C:\\a\\..", L"C:\\Documents.", L"C:\\Documents ",
-        L"C:\\a:stream", L"C:\\a\\*", L"C:\\a\\b?", L"\\\\?\\C:\\a", L"\\\\.\\C:\\a", L"\\\\server\\share\\a"}) {
+  for (const wchar_t* path : {L"",
+                              L".",
+                              L"..",
+                              L"Oru.stravo\\Application",
+                              L"..\\x",
+                              L"\\Users\\me",
+                              L"C:",
+                              L"C:relative",
+                              L"1:\\a",
+                              L"C:\\a\\..\\b",
+                              L"C:\\a\\.\\b",
+                              L"C:\\a\\\\b",
+                              L"C:\\a\\..",
+                              L"C:\\Documents.",
+                              L"C:\\Documents ",
+                              L"C:\\a:stream",
+                              L"C:\\a\\*",
+                              L"C:\\a\\b?",
+                              L"\\\\?\\C:\\a",
+                              L"\\\\.\\C:\\a",
+                              L"\\\\server\\share\\a"}) {
     EXPECT_FALSE(AbsoluteLocalPathRefusal(path).empty()) << path;
   }
 }

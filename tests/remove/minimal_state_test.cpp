@@ -43,7 +43,8 @@ TEST(MinimalState, EveryDeviationFailsItsLevelWithItsReason) {
       {At::kRoot, Level({L"Uninstall\\", L"1.0\\"}), L"Uninstall folder not found"},
       {At::kRoot, Level({L"uninstall\\"}), L"Expected exactly 2 folders, but found 1 folders"},
       {At::kRoot, Level({L"uninstall\\", L"1.0\\", L"2.0\\"}), L"Found more than 2 folders, terminating check early"},
-      {At::kRoot, Level({L"uninstall@", L"1.0\\"}), L"Found link in root directory, terminating check early: uninstall"},
+      {At::kRoot, Level({L"uninstall@", L"1.0\\"}),
+       L"Found link in root directory, terminating check early: uninstall"},
       {At::kRoot, Level({L"uninstall\\", L"1.0@"}), L"Found link in root directory, terminating check early: 1.0"},
       {At::kVersion, Level({L"Setup\\"}), L"Found unexpected folder in 1.0: Setup"},
       {At::kVersion, Level({L"Installer\\", L"debug.log"}), L"Found more than 1 item in 1.0, terminating check early"},
@@ -70,9 +71,9 @@ TEST(MinimalState, TheStateSetupLeavesPassesEveryLevel) {
   const LevelVerdict root = JudgeInstallationLevel(Level({L"1.0\\", L"uninstall\\"}));
   EXPECT_TRUE(root.met);
   EXPECT_EQ(root.other, L"1.0");
-  EXPECT_EQ(root.lines, (std::vector<std::wstring>{L"Found other folder: 1.0", L"Found uninstall folder: uninstall",
-                                                   L"Total folders found: 2",
-                                                   L"Total files found: 0 (any files would have caused early termination)"}));
+  EXPECT_EQ(root.lines, (std::vector<std::wstring>{
+                            L"Found other folder: 1.0", L"Found uninstall folder: uninstall", L"Total folders found: 2",
+                            L"Total files found: 0 (any files would have caused early termination)"}));
   EXPECT_TRUE(JudgeVersionLevel(L"1.0", Level({L"Installer\\"})).met);
   EXPECT_TRUE(JudgeInstallerLevel(Level({L"setup.exe"})).met);
 }

@@ -47,8 +47,7 @@ std::wstring Place3() { return test::BinFile(L".OruSetupTemp"); }
 // The system drive (places 1 and 2) reports `systemDrive` bytes free; the
 // drive of the test programs (place 3) has plenty.
 TempDirectoryManager::FreeSpaceQuery SystemDriveHas(std::uint64_t systemDrive) {
-  const std::wstring systemRoot = SystemTemp().substr(0, 3);
-  return [=](const std::wstring& root, std::uint64_t& available) {
+  return [systemRoot = SystemTemp().substr(0, 3), systemDrive](const std::wstring& root, std::uint64_t& available) {
     available = EqualsIgnoreCase(root, systemRoot) ? systemDrive : kPlenty;
     return true;
   };
