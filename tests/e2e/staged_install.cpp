@@ -35,6 +35,14 @@ void Copy(const std::wstring& from, const std::wstring& to) {
   ::CopyFileW(from.c_str(), to.c_str(), FALSE);
 }
 
+// scripts/test stages the signed release executable through this variable
+// for one run, so that signing can never break the program unnoticed.
+std::wstring UninstallerToStage() {
+  wchar_t path[MAX_PATH * 4] = {};
+  const DWORD length = ::GetEnvironmentVariableW(L"ORU_E2E_UNINSTALLER", path, MAX_PATH * 4);
+  return length > 0 && length < MAX_PATH * 4 ? std::wstring(path, length) : BinFile(L"oru_uninstall.exe");
+}
+
 void DeleteProductKeys() {
   for (const wchar_t* key :
        {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
@@ -83,7 +91,7 @@ StagedInstall::StagedInstall(const StageOptions& options) {
   RemoveTree(installPath);
   DeleteProductKeys();
 
-  Copy(BinFile(L"oru_uninstall.exe"), exe);
+  Copy(UninstallerToStage(), exe);
   if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
   if (!options.leftoversOnly) {
     if (!options.tavrinLibrary.empty()) Copy(BinFile(options.tavrinLibrary), versionDir + L"\\tavrin_sdk.dll");
