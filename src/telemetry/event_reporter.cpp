@@ -79,7 +79,8 @@ EventReporter::EventReporter()
 bool EventReporter::Init(const std::wstring& sdkDirectory) {
   if (initialized_) return true;
   sdk_directory_ = sdkDirectory;
-  if (!tavrin::LoadAndBind(sdk_directory_, library_)) return false;
+  library_ = tavrin::LoadAndBind(sdk_directory_);
+  if (library_ == nullptr) return false;
   if (!tavrin::Configure(sdk_directory_, hardware_os_, version_)) return false;
   SetCommonParams();
   LogInfo(kInitSucceeded);
@@ -183,7 +184,7 @@ void EventReporter::SendPendingEvents() {
 
 void EventReporter::Uninit() {
   if (!initialized_) return;
-  tavrin::Shutdown(library_);
+  tavrin::Shutdown(std::move(library_));
   initialized_ = false;
 }
 

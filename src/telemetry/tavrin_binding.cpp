@@ -49,17 +49,15 @@ constexpr wchar_t kDeviceId[] = L"device id: ";
 
 }  // namespace
 
-bool LoadAndBind(const std::wstring& sdkDirectory, std::unique_ptr<DllLoader>& library) {
+std::unique_ptr<DllLoader> LoadAndBind(const std::wstring& sdkDirectory) {
   LogInfo(kLoadStart);
   const std::wstring path = sdkDirectory + kLibraryFileName;
   LogInfo(kLibraryPath + path);
-  library.reset();
-  library = std::make_unique<DllLoader>(path);
+  auto library = std::make_unique<DllLoader>(path);
   const HMODULE module = library->module();
   if (module == nullptr) {
     LogInfo(kLoadFailed + path);
-    library.reset();
-    return false;
+    return nullptr;
   }
   g_entry_points.init_sdk = GetProcAs<InitSdkFn>(module, "TV_InitSDK");
   g_entry_points.uninit_sdk = GetProcAs<UninitSdkFn>(module, "TV_UninitSDK");
@@ -69,13 +67,12 @@ bool LoadAndBind(const std::wstring& sdkDirectory, std::unique_ptr<DllLoader>& l
   const EntryPoints& e = g_entry_points;
   if (e.init_sdk && e.uninit_sdk && e.report && e.set_common_params && e.get_device_id) {
     LogInfo(kBindSucceeded);
-    return true;
+    return library;
   }
-  // The pointers found so far stay set, dangling once the library is freed;
-  // the reporter never calls them because it stays uninitialised.
+  // The library is freed on return: none of its entry points may outlive it.
+  g_entry_points = EntryPoints{};
   LogInfo(kBindFailed);
-  library.reset();
-  return false;
+  return nullptr;
 }
 
 bool Configure(const std::wstring& sdkDirectory, const std::string& osVersion, const std::string& appVersion) {
@@ -121,7 +118,7 @@ void Report(const std::vector<ParamRecord>& records) {
   g_entry_points.report(kKeyEventCode, records.data(), static_cast<std::uint32_t>(records.size()), 0);
 }
 
-void Shutdown(std::unique_ptr<DllLoader>& library) {
+void Shutdown(std::unique_ptr<DllLoader> library) {
   if (g_entry_points.uninit_sdk != nullptr) g_entry_points.uninit_sdk();
   library.reset();
   g_entry_points = EntryPoints{};

@@ -10,6 +10,7 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 #include "sys/version_info.h"
+#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 namespace {
@@ -113,13 +114,14 @@ TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnc
 }
 
 // A file named tavrin_sdk.dll that is no library, half a library, or one
-// without TV_GetTavrinDeviceId: none is called, and events stay queued.
+// without TV_GetTavrinDeviceId: none is called, nothing stays bound, and
+// events stay queued.
 TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
   const std::string stub = test::ReadFileBytes(test::BinFile(L"tavrin_sdk.dll"));
   ASSERT_GT(stub.size(), 1024u);
   const struct {
     std::string what;
-    std::string content;  // empty: the stand-in without the export
+    std::string content;  // empty: the stand-in without the export, which loads
   } cases[] = {{"garbage", "this is not a library\x01\x02\xff"},
                {"truncated", stub.substr(0, stub.size() / 2)},
                {"no_device_id", ""}};
@@ -129,13 +131,20 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
     TempDir dir;
     const std::wstring trace = test::StageTavrin(dir.path(), test::kTavrinStubNoDeviceId);
     if (!c.content.empty()) dir.WriteFile(L"tavrin_sdk.dll", c.content);
+    const bool loads = c.content.empty();
     LogCapture log;
     reporter.Report(c.what, {});
     EXPECT_FALSE(reporter.Init(dir.path()));
+    EXPECT_FALSE(tavrin::CanReport()) << "no entry point of a freed library stays bound";
     reporter.Report("late", {});
     reporter.Uninit();
-    EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
-    EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), c.content.empty());
+    EXPECT_EQ(log.Has(L"加载 SDK 失败! dll 路径：" + dir.Child(L"tavrin_sdk.dll")), !loads);
+    EXPECT_EQ(log.Has(L"获取 Tavrin SDK 函数指针失败!"), loads);
+    EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), loads);
+    // Only a library that loaded could have been called.
+    if (loads) {
+      EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
+    }
     ASSERT_GE(reporter.PendingEvents().size(), 2u);
     EXPECT_EQ(reporter.PendingEvents().end()[-2].name, c.what);
     EXPECT_EQ(reporter.PendingEvents().back().name, "late");
