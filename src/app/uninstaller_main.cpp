@@ -15,6 +15,7 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
+#include "identity/dorvid_manager.h"
 #include "log/setup_logger.h"
 #include "remove/self_delete_script.h"
 #include "sys/registry.h"
@@ -87,6 +88,7 @@ void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& i
     return;
   }
   LogInfo(L"Initializing Tavrin SDK from temp directory...");
+  EventReporter::GetInstance().SetDeviceIdSource(ObtainD36);
   if (EventReporter::GetInstance().Init(workspace.GetTavrinDirectory())) {
     LogInfo(L"Tavrin SDK initialized successfully from temp directory");
     EventReporter::GetInstance().Report("uninstall_tavrin_initialized",

@@ -92,6 +92,12 @@ void DorvidManager::GetDorvid36Async(D36Callback callback) {
   DorvidBinding::Instance().QueryD36Async(OnDorvidRecv);
 }
 
+std::wstring ObtainD36(const std::wstring& sdkDirectory) {
+  DorvidManager& manager = DorvidManager::GetInstance();
+  manager.Init(sdkDirectory);
+  return manager.GetD36();
+}
+
 void OnDorvidRecv(const DorvidResult* result) {
   DorvidManager* manager = g_live_manager.load();
   if (manager == nullptr) {

@@ -6,7 +6,6 @@
 #include <exception>
 
 #include "common/strings.h"
-#include "identity/dorvid_manager.h"
 #include "log/setup_logger.h"
 #include "sys/version_info.h"
 
@@ -91,9 +90,7 @@ bool EventReporter::Init(const std::wstring& sdkDirectory) {
 
 void EventReporter::SetCommonParams() {
   LogInfo(kCommonStart);
-  DorvidManager& dorvid = DorvidManager::GetInstance();
-  dorvid.Init(sdk_directory_);
-  const std::wstring d36 = dorvid.GetD36();
+  const std::wstring d36 = device_id_source_ ? device_id_source_(sdk_directory_) : std::wstring();
   LogInfo(kDorvidObtained + d36);
   const EventParams common{{kPlatformKey, platform_},  {kHardwareOsKey, hardware_os_},
                            {kVersionKey, version_},    {kLaunchChannelKey, launch_channel_},

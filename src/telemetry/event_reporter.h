@@ -7,6 +7,7 @@
 // device-identifier callback, which the library delivers on its own.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,6 +25,10 @@ class EventReporter {
     EventParams params;
   };
 
+  // Yields the device identifier for the common parameters, given the
+  // folder the telemetry library was loaded from; empty when there is none.
+  using DeviceIdSource = std::function<std::wstring(const std::wstring& sdkDirectory)>;
+
   static EventReporter& GetInstance();
 
   EventReporter(const EventReporter&) = delete;
@@ -34,6 +39,9 @@ class EventReporter {
   // True when already initialised; false (logged) when the library is
   // missing or unusable, in which case events stay queued.
   bool Init(const std::wstring& sdkDirectory);
+
+  // Set before Init; without a source the identifier is sent empty.
+  void SetDeviceIdSource(DeviceIdSource source) { device_id_source_ = std::move(source); }
 
   // Sends one event, or queues it while the library is not ready. Never fails.
   void Report(const std::string& eventName, const EventParams& params);
@@ -58,6 +66,7 @@ class EventReporter {
   std::unique_ptr<DllLoader> library_;
   bool initialized_ = false;
   std::wstring sdk_directory_;
+  DeviceIdSource device_id_source_;
   std::string platform_;
   std::string hardware_os_;
   std::string version_;

@@ -24,21 +24,24 @@ using Pairs = std::vector<std::string>;
 
 std::string Int32(std::int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); }
 
-// A folder with both stand-ins (b answering "d36-from-b"), whose name needs
-// UTF-8 to travel to the library.
+// A folder with the telemetry stand-in, whose name needs UTF-8 to travel to
+// the library, and a device-identifier source that notes where it was asked.
 class ReporterWithLibraries : public ::testing::Test {
  protected:
   void SetUp() override {
     sdk_ = dir_.MakeDir(L"sdk 遥测");
     trace_ = test::StageTavrin(sdk_);
-    test::StageDorvid(sdk_);
-    test::SetEnvironment(L"ORU_DORVID_D36", L"d36-from-b");
+    reporter_.SetDeviceIdSource([this](const std::wstring& sdkDirectory) {
+      asked_in_ = sdkDirectory;
+      return std::wstring(L"d36-of-source");
+    });
   }
   [[nodiscard]] std::vector<TraceCall> Trace() const { return ReadTrace(trace_); }
 
   TempDir dir_;
   std::wstring sdk_;
   std::wstring trace_;
+  std::wstring asked_in_;
   EventReporter& reporter_ = EventReporter::GetInstance();
 };
 
@@ -68,8 +71,10 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
   EXPECT_EQ(calls[0].name, "TV_InitSDK");
   EXPECT_EQ(calls[0].Block("config"), config);
   EXPECT_EQ(calls[1].name, "TV_SetCommonParams");
-  EXPECT_EQ(calls[1].Pairs(), (Pairs{"d36=d36-from-b", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
-                                     "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
+  EXPECT_EQ(asked_in_, sdk_);
+  EXPECT_EQ(calls[1].Pairs(),
+            (Pairs{"d36=d36-of-source", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
+                   "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
   EXPECT_EQ(calls[2].name, "TV_GetTavrinDeviceId");
   // Queued events carry no "install_mode"; an empty map is the action alone.
   EXPECT_EQ(calls[3].Pairs(), (Pairs{"action=uninstall_started", "force_kill=false", "silent_oru=true"}));
