@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include "common/unique_handle.h"
+
 namespace oru {
 
 UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
@@ -20,11 +22,10 @@ UninstallOptions ParseProcessCommandLine() { return ParseCommandLine(::GetComman
 
 UninstallOptions ParseCommandLine(const wchar_t* commandLine) {
   int count = 0;
-  wchar_t** argv = ::CommandLineToArgvW(commandLine, &count);
-  if (argv == nullptr) return {};
+  const UniqueLocalMemory<wchar_t**> argv(::CommandLineToArgvW(commandLine, &count));
+  if (!argv) return {};
   std::vector<std::wstring> args;
-  for (int i = 1; i < count; ++i) args.emplace_back(argv[i]);
-  ::LocalFree(argv);
+  for (int i = 1; i < count; ++i) args.emplace_back(argv.get()[i]);
   return ParseOptions(args);
 }
 

@@ -63,7 +63,6 @@ void SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     Debug({L"[InitLog] 写入测试消息...\n"});
     const std::string header = WideToUtf8(kHeader);
     logStream.write(header.data(), header.size());
-    logStream.flush();
     Debug({L"[InitLog] 测试写入后流状态 - good(): ", Flag(logStream.good()), L", fail(): ", Flag(logStream.fail()),
            L"\n"});
 
@@ -122,8 +121,6 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
     const std::string bytes = WideToUtf8(line);
     logStream.write(bytes.data(), bytes.size());
     if (!logStream.good()) Debug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
-    // Every line is on disk as soon as it is logged: a crash loses nothing.
-    logStream.flush();
   } catch (const std::exception& e) {
     Debug({L"[LogDebugInter] 捕获 std::exception: ", Utf8ToWide(e.what()), L"\n"});
   } catch (...) {
@@ -136,7 +133,6 @@ void SetupLogger::CloseLogFile() {
     std::unique_lock lock(logMutex);
     std::wstring closedPath;
     if (logStream.is_open()) {
-      logStream.flush();
       closedPath = logPath;
       logStream.close();
       isInit = false;
