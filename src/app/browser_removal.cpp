@@ -66,6 +66,11 @@ const ExitCodeMeaning& MeaningOf(std::uint32_t exitCode) {
   return found != kExitCodeMeanings.end() ? *found : kOtherExitCode;
 }
 
+// The quoted program path, a blank, then the arguments.
+std::wstring ComposeCommandLine(const std::wstring& setupPath, const std::wstring& arguments) {
+  return JoinWide({L"\"", setupPath, L"\" ", arguments});
+}
+
 }  // namespace
 
 std::wstring SetupPath(const InstallationRecord& installation) {
@@ -84,10 +89,6 @@ std::wstring ComposeUninstallArguments(const UninstallContext& context, const st
   arguments += JoinWide({kLogFileSwitch, L"\"", browserLogPath, L"\""});
   if (!context.keep_user_data) arguments += kDeleteProfileSwitch;
   return arguments;
-}
-
-std::wstring ComposeCommandLine(const std::wstring& setupPath, const std::wstring& arguments) {
-  return JoinWide({L"\"", setupPath, L"\" ", arguments});
 }
 
 std::uint32_t RunBrowserUninstaller(const std::wstring& setupPath, const std::wstring& arguments) {

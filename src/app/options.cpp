@@ -3,10 +3,15 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include <string>
+#include <vector>
+
 #include "common/unique_handle.h"
 
 namespace oru {
+namespace {
 
+// args holds the arguments after the program name.
 UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
   UninstallOptions options;
   for (const auto& arg : args) {
@@ -17,6 +22,8 @@ UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
   }
   return options;
 }
+
+}  // namespace
 
 UninstallOptions ParseProcessCommandLine() { return ParseCommandLine(::GetCommandLineW()); }
 

@@ -9,7 +9,7 @@
 
 #include "common/format.h"
 #include "app/options.h"
-#include "app/uninstall_context.h"
+#include "app/uninstall_sequence.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
@@ -21,6 +21,7 @@
 #include "sys/registry.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
+#include "workspace/component_staging.h"
 #include "workspace/temp_directory_manager.h"
 
 namespace oru {
@@ -74,7 +75,7 @@ void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& i
   if (!installation.install_path.empty() && !installation.pv.empty()) {
     const std::wstring source = installation.install_path + L"\\" + installation.pv;
     LogInfo(L"Attempting to copy Tavrin files from: " + source);
-    copied = workspace.CopyTavrinFiles(source);
+    copied = CopyTavrinFiles(workspace, source);
     if (copied) {
       LogInfo(L"Successfully copied Tavrin files to temp directory");
     } else {

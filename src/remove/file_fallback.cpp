@@ -59,8 +59,8 @@ bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()
 // change by waiting.
 bool IsInUseError(DWORD error) { return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED; }
 
-}  // namespace
-
+// The manual and fallback temporary names. directory is used as given (the
+// system's temporary path ends in a backslash, so the result holds two).
 std::wstring ManualTempDeleteName(const std::wstring& directory, unsigned long tick, int random,
                                   const std::wstring& baseName) {
   return JoinWide({directory, L"\\", kTempPrefix, ToWideDecimal(tick), L"_", ToWideDecimal(random), L"_", baseName});
@@ -69,6 +69,8 @@ std::wstring ManualTempDeleteName(const std::wstring& directory, unsigned long t
 std::wstring FallbackTempDeleteName(const std::wstring& directory, unsigned long tick, const std::wstring& baseName) {
   return JoinWide({directory, L"\\", kFallbackPrefix, ToWideDecimal(tick), L"_", baseName});
 }
+
+}  // namespace
 
 void SetTempNameSourcesForTesting(TickSource tick, RandomSource random) {
   g_tick = tick != nullptr ? tick : SystemTick;

@@ -7,7 +7,9 @@
 
 #include "common/strings.h"
 #include "log/setup_logger.h"
+#include "sys/dll_loader.h"
 #include "sys/version_info.h"
+#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 namespace {
@@ -60,6 +62,12 @@ void AppendDump(std::string& dump, const std::string& key, const std::string& va
 
 }  // namespace
 
+struct EventReporter::Library {
+  std::unique_ptr<DllLoader> loader;
+  tavrin::CommonParamTable common_params{};
+  std::uint32_t common_param_count = 0;
+};
+
 EventReporter& EventReporter::GetInstance() {
   // The logger is created first so that it is destroyed after the reporter:
   // the library loader logs when the reporter frees it at process exit.
@@ -73,13 +81,16 @@ EventReporter::EventReporter()
       hardware_os_(ToDecimal(GetOsVersionPart(0))),
       version_(GetOwnProductVersion()),
       launch_channel_(kLaunchChannel),
-      install_mode_(kUnknownInstallMode) {}
+      install_mode_(kUnknownInstallMode),
+      library_(std::make_unique<Library>()) {}
+
+EventReporter::~EventReporter() = default;
 
 bool EventReporter::Init(const std::wstring& sdkDirectory) {
   if (initialized_) return true;
   sdk_directory_ = sdkDirectory;
-  library_ = tavrin::LoadAndBind(sdk_directory_);
-  if (library_ == nullptr) return false;
+  library_->loader = tavrin::LoadAndBind(sdk_directory_);
+  if (library_->loader == nullptr) return false;
   if (!tavrin::Configure(sdk_directory_, hardware_os_, version_)) return false;
   SetCommonParams();
   LogInfo(kInitSucceeded);
@@ -95,7 +106,7 @@ void EventReporter::SetCommonParams() {
   const EventParams common{{kPlatformKey, platform_},  {kHardwareOsKey, hardware_os_},
                            {kVersionKey, version_},    {kLaunchChannelKey, launch_channel_},
                            {kD36Key, WideToUtf8(d36)}, {kIsSetupKey, kIsSetupValue}};
-  tavrin::SetCommonParams(common, *common_params_, common_param_count_);
+  tavrin::SetCommonParams(common, library_->common_params, library_->common_param_count);
   LogInfo(kCommonSucceeded);
 }
 
@@ -103,7 +114,7 @@ std::uint32_t EventReporter::Elapsed() const { return start_tick_ != 0 ? ::GetTi
 
 std::string EventReporter::CommonParamsDump() const {
   std::string dump;
-  for (const tavrin::ParamRecord& record : *common_params_) {
+  for (const tavrin::ParamRecord& record : library_->common_params) {
     if (record.key[0] == '\0') continue;
     AppendDump(dump, std::string(record.key, strnlen(record.key, sizeof(record.key))),
                std::string(record.value, strnlen(record.value, sizeof(record.value))));
@@ -181,7 +192,7 @@ void EventReporter::SendPendingEvents() {
 
 void EventReporter::Uninit() {
   if (!initialized_) return;
-  tavrin::Shutdown(std::move(library_));
+  tavrin::Shutdown(std::move(library_->loader));
   initialized_ = false;
 }
 

@@ -13,8 +13,6 @@
 #include <vector>
 
 #include "common/event_params.h"
-#include "sys/dll_loader.h"
-#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 
@@ -54,7 +52,11 @@ class EventReporter {
   [[nodiscard]] const std::vector<PendingEvent>& PendingEvents() const { return pending_; }
 
  private:
+  // The loaded library and what it was last given as common parameters.
+  struct Library;
+
   EventReporter();
+  ~EventReporter();
 
   void SetCommonParams();
   void SendPendingEvents();
@@ -63,7 +65,6 @@ class EventReporter {
   // "\n    key = value" for every common parameter in use.
   [[nodiscard]] std::string CommonParamsDump() const;
 
-  std::unique_ptr<DllLoader> library_;
   bool initialized_ = false;
   std::wstring sdk_directory_;
   DeviceIdSource device_id_source_;
@@ -72,9 +73,8 @@ class EventReporter {
   std::string version_;
   std::string launch_channel_;
   std::string install_mode_;
-  // On the heap: 87 KB of zeros would otherwise be stored in the executable.
-  std::unique_ptr<tavrin::CommonParamTable> common_params_ = std::make_unique<tavrin::CommonParamTable>();
-  std::uint32_t common_param_count_ = 0;
+  // On the heap: its 87 KB of zeros would otherwise be stored in the executable.
+  std::unique_ptr<Library> library_;
   std::vector<PendingEvent> pending_;
   // Nothing sets it in this program, so elapsed figures read 0 and no
   // "elapsed_time_ms" is sent; the rule stays for a caller that sets it.

@@ -1,6 +1,4 @@
-// Copies the telemetry library and its companions out of the installation
-// into the workspace, so that they can be loaded while the installation is
-// being deleted.
+#include "workspace/component_staging.h"
 
 #include <windows.h>
 
@@ -9,7 +7,6 @@
 
 #include "common/strings.h"
 #include "log/setup_logger.h"
-#include "workspace/temp_directory_manager.h"
 #include "workspace/workspace_texts.h"
 
 namespace oru {
@@ -33,13 +30,38 @@ constexpr unsigned kMinimumCopied = 2;
 constexpr int kCopyAttempts = 3;
 constexpr DWORD kRetryWaitStepMs = 100;  // 100 ms before the 2nd attempt, 200 ms before the 3rd
 
+bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
+  for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
+    if (attempt > 1) {
+      LogInfo(JoinWide({kRetryStart, ToWideDecimal(attempt), kRetryEnd}));
+      ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
+    }
+    // A copy left read-only by an earlier attempt would refuse to be overwritten.
+    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
+      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
+      ::DeleteFileW(destination.c_str());
+    }
+    DWORD error = ERROR_SUCCESS;
+    if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
+      const DWORD attributes = ::GetFileAttributesW(destination.c_str());
+      error = ::GetLastError();
+      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return true;
+    } else {
+      error = ::GetLastError();
+    }
+    LogInfo(kCopyFailed + ToWideDecimal(error));
+  }
+  return false;
+}
+
 }  // namespace
 
-bool TempDirectoryManager::CopyTavrinFiles(const std::wstring& sourceDirectory) {
+bool CopyTavrinFiles(const TempDirectoryManager& workspace, const std::wstring& sourceDirectory) {
+  const std::wstring tavrinDir = workspace.GetTavrinDirectory();
   LogInfo(kStagingStart);
   LogInfo(kStagingSource + sourceDirectory);
-  LogInfo(kStagingTarget + std::wstring(tavrinDir));
-  if (!initialized) {
+  LogInfo(kStagingTarget + tavrinDir);
+  if (!workspace.IsInitialized()) {
     LogError(kStagingNotInitialized);
     return false;
   }
@@ -72,30 +94,6 @@ bool TempDirectoryManager::CopyTavrinFiles(const std::wstring& sourceDirectory) 
       {kStagingSummary, ToWideDecimal(copied), kStagingSummaryFailures, ToWideDecimal(failed), kStagingSummaryEnd}));
   if (copied >= kMinimumCopied) return true;
   LogError(kStagingTooFew);
-  return false;
-}
-
-bool TempDirectoryManager::CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
-  for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
-    if (attempt > 1) {
-      LogInfo(JoinWide({kRetryStart, ToWideDecimal(attempt), kRetryEnd}));
-      ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
-    }
-    // A copy left read-only by an earlier attempt would refuse to be overwritten.
-    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
-      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
-      ::DeleteFileW(destination.c_str());
-    }
-    DWORD error = ERROR_SUCCESS;
-    if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
-      const DWORD attributes = ::GetFileAttributesW(destination.c_str());
-      error = ::GetLastError();
-      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return true;
-    } else {
-      error = ::GetLastError();
-    }
-    LogInfo(kCopyFailed + ToWideDecimal(error));
-  }
   return false;
 }
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "app/uninstall_context.h"
+#include "app/uninstall_sequence.h"
 #include "product_fixture.h"
 #include "support/child_process.h"
 #include "support/event_capture.h"
