@@ -7,12 +7,9 @@
 
 #include "common/strings.h"
 #include "log/setup_logger.h"
-#include "workspace/workspace_texts.h"
 
 namespace oru {
 namespace {
-
-using namespace workspace_text;
 
 // In the order they are copied. The list follows the installation layout;
 // change it here and nowhere else.
@@ -33,7 +30,7 @@ constexpr DWORD kRetryWaitStepMs = 100;  // 100 ms before the 2nd attempt, 200 m
 bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
   for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
     if (attempt > 1) {
-      LogInfo(JoinWide({kRetryStart, ToWideDecimal(attempt), kRetryEnd}));
+      LogInfo(JoinWide({L"    重试复制文件 (第 ", ToWideDecimal(attempt), L" 次)..."}));
       ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
     }
     // A copy left read-only by an earlier attempt would refuse to be overwritten.
@@ -49,7 +46,7 @@ bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destinati
     } else {
       error = ::GetLastError();
     }
-    LogInfo(kCopyFailed + ToWideDecimal(error));
+    LogInfo(L"    CopyFile 失败，错误码: " + ToWideDecimal(error));
   }
   return false;
 }
@@ -58,16 +55,16 @@ bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destinati
 
 bool CopyTavrinFiles(const TempDirectoryManager& workspace, const std::wstring& sourceDirectory) {
   const std::wstring tavrinDir = workspace.GetTavrinDirectory();
-  LogInfo(kStagingStart);
-  LogInfo(kStagingSource + sourceDirectory);
-  LogInfo(kStagingTarget + tavrinDir);
+  LogInfo(L"开始从源目录复制 Tavrin 文件...");
+  LogInfo(L"源目录: " + sourceDirectory);
+  LogInfo(L"目标目录: " + tavrinDir);
   if (!workspace.IsInitialized()) {
-    LogError(kStagingNotInitialized);
+    LogError(L"TempDirectoryManager 未初始化");
     return false;
   }
   const DWORD sourceAttributes = ::GetFileAttributesW(sourceDirectory.c_str());
   if (sourceAttributes == INVALID_FILE_ATTRIBUTES || (sourceAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-    LogError(kStagingSourceMissing + sourceDirectory);
+    LogError(L"源 Tavrin 目录不存在: " + sourceDirectory);
     return false;
   }
 
@@ -78,22 +75,22 @@ bool CopyTavrinFiles(const TempDirectoryManager& workspace, const std::wstring& 
     const std::wstring destination = JoinWide({tavrinDir, L"\\", name});
     // A missing file is neither a success nor a failure.
     if (::GetFileAttributesW(source.c_str()) == INVALID_FILE_ATTRIBUTES) {
-      LogWarning(kStagingFileMissing + source);
+      LogWarning(L"源文件不存在，跳过: " + source);
       continue;
     }
-    LogInfo(JoinWide({kStagingCopying, source, kStagingArrow, destination}));
+    LogInfo(JoinWide({L"复制文件: ", source, L" -> ", destination}));
     if (CopyFileWithRetry(source, destination)) {
-      LogInfo(kStagingCopied);
+      LogInfo(L"  ✓ 复制成功");
       ++copied;
     } else {
-      LogError(kStagingCopyFailed);
+      LogError(L"  ✗ 复制失败");
       ++failed;
     }
   }
-  LogInfo(JoinWide(
-      {kStagingSummary, ToWideDecimal(copied), kStagingSummaryFailures, ToWideDecimal(failed), kStagingSummaryEnd}));
+  LogInfo(
+      JoinWide({L"Tavrin 文件复制完成: 成功 ", ToWideDecimal(copied), L" 个，失败 ", ToWideDecimal(failed), L" 个"}));
   if (copied >= kMinimumCopied) return true;
-  LogError(kStagingTooFew);
+  LogError(L"关键文件复制失败，无法使用 Tavrin SDK");
   return false;
 }
 

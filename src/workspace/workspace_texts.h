@@ -92,23 +92,4 @@ inline constexpr wchar_t kCleanupStart[] = L"开始清理临时目�?..";
 inline constexpr wchar_t kCleanupSucceeded[] = L"临时目录清理成功: ";
 inline constexpr wchar_t kCleanupFailed[] = L"⚠️ 临时目录清理失败，可能存在残�? ";
 
-// Component staging.
-inline constexpr wchar_t kStagingStart[] = L"开始从源目录复制 Tavrin 文件...";
-inline constexpr wchar_t kStagingSource[] = L"源目录: ";
-inline constexpr wchar_t kStagingTarget[] = L"目标目录: ";
-inline constexpr wchar_t kStagingNotInitialized[] = L"TempDirectoryManager 未初始化";
-inline constexpr wchar_t kStagingSourceMissing[] = L"源 Tavrin 目录不存在: ";
-inline constexpr wchar_t kStagingFileMissing[] = L"源文件不存在，跳过: ";
-inline constexpr wchar_t kStagingCopying[] = L"复制文件: ";
-inline constexpr wchar_t kStagingArrow[] = L" -> ";
-inline constexpr wchar_t kStagingCopied[] = L"  ✓ 复制成功";
-inline constexpr wchar_t kStagingCopyFailed[] = L"  ✗ 复制失败";
-inline constexpr wchar_t kStagingSummary[] = L"Tavrin 文件复制完成: 成功 ";
-inline constexpr wchar_t kStagingSummaryFailures[] = L" 个，失败 ";
-inline constexpr wchar_t kStagingSummaryEnd[] = L" 个";
-inline constexpr wchar_t kStagingTooFew[] = L"关键文件复制失败，无法使用 Tavrin SDK";
-inline constexpr wchar_t kRetryStart[] = L"    重试复制文件 (第 ";
-inline constexpr wchar_t kRetryEnd[] = L" 次)...";
-inline constexpr wchar_t kCopyFailed[] = L"    CopyFile 失败，错误码: ";
-
 }  // namespace oru::workspace_text
