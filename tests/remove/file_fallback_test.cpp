@@ -83,7 +83,7 @@ TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReb
     int attempts;
     const wchar_t* error;
     DWORD minMs, maxMs;
-  } cases[] = {{locked, 5, L"32", 1900, 2700}, {dir.Child(L"never_there.txt"), 1, L"2", 0, 500}};
+  } cases[] = {{locked, 5, L"32", 1900, 2900}, {dir.Child(L"never_there.txt"), 1, L"2", 0, 500}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.attempts);
     const std::wstring temp = PinTempNames() + L"5012345_41_" + std::wstring(FileNamePart(c.file));
