@@ -30,8 +30,11 @@
 
 #include <cwchar>
 #include <filesystem>
-#include <vector>
 #include <string>
+#include <vector>
+
+#include "common/unique_handle.h"
+#include "trace/trace_writer.h"
 
 namespace {
 
@@ -45,19 +48,13 @@ std::wstring Setting(const wchar_t* name, const wchar_t* fallback) {
   return value;
 }
 
-void AppendTrace(const std::wstring& tracePath) {
+void AppendTrace() {
   const wchar_t* commandLine = ::GetCommandLineW();
   const int bytes = ::WideCharToMultiByte(CP_UTF8, 0, commandLine, -1, nullptr, 0, nullptr, nullptr);
   std::string utf8(static_cast<size_t>(bytes > 0 ? bytes : 1), '\0');
   ::WideCharToMultiByte(CP_UTF8, 0, commandLine, -1, utf8.data(), bytes, nullptr, nullptr);
   utf8.resize(utf8.size() - 1);  // the terminator
-  utf8 += '\n';
-  HANDLE file = ::CreateFileW(tracePath.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
-  DWORD written = 0;
-  ::WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
-  ::CloseHandle(file);
+  oru::doubles::TraceWriter(L"ORU_SETUP_STUB_TRACE").Line(utf8);
 }
 
 void ChangeRegistration(const std::wstring& mode) {
@@ -65,15 +62,14 @@ void ChangeRegistration(const std::wstring& mode) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kRegistrationKey);
     return;
   }
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRegistrationKey, 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS) return;
+  oru::UniqueRegKey key;
+  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRegistrationKey, 0, KEY_SET_VALUE, key.put()) != ERROR_SUCCESS) return;
   if (mode == L"value") {
-    ::RegDeleteValueW(key, kUninstallStringValue);
+    ::RegDeleteValueW(key.get(), kUninstallStringValue);
   } else if (mode == L"empty") {
     const wchar_t empty[] = L"";
-    ::RegSetValueExW(key, kUninstallStringValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(empty), sizeof(empty));
+    ::RegSetValueExW(key.get(), kUninstallStringValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(empty), sizeof(empty));
   }
-  ::RegCloseKey(key);
 }
 
 // Removes every entry of `dir` except those named `keep` and `alsoKeep`.
@@ -101,8 +97,7 @@ void RemoveProductFiles() {
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   ::Sleep(static_cast<DWORD>(std::wcstoul(Setting(L"ORU_SETUP_STUB_DELAY_MS", L"0").c_str(), nullptr, 10)));
-  const std::wstring tracePath = Setting(L"ORU_SETUP_STUB_TRACE", L"");
-  if (!tracePath.empty()) AppendTrace(tracePath);
+  AppendTrace();
   ChangeRegistration(Setting(L"ORU_SETUP_STUB_REGISTRATION", L"remove"));
   if (Setting(L"ORU_SETUP_STUB_REMOVE_FILES", L"") == L"1") RemoveProductFiles();
   return static_cast<int>(std::wcstoul(Setting(L"ORU_SETUP_STUB_EXIT_CODE", L"19").c_str(), nullptr, 10));
