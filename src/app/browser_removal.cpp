@@ -14,14 +14,6 @@
 namespace oru {
 namespace {
 
-constexpr wchar_t kBrowserLogFileName[] = L"chrome_uninstall.log";
-
-constexpr wchar_t kUninstallSwitch[] = L"--uninstall";
-constexpr wchar_t kForceUninstallSwitch[] = L" --force-uninstall";
-constexpr wchar_t kLoggingSwitches[] = L" --verbose-logging --enable-logging";
-constexpr wchar_t kLogFileSwitch[] = L" --log-file=";
-constexpr wchar_t kDeleteProfileSwitch[] = L" --delete-profile";
-
 constexpr wchar_t kSetupBusyLine[] = L"setup.exe 被其他进程占用";
 
 // What one exit code means. Unused lines and the text of an absent message
@@ -66,6 +58,11 @@ const ExitCodeMeaning& MeaningOf(std::uint32_t exitCode) {
   return found != kExitCodeMeanings.end() ? *found : kOtherExitCode;
 }
 
+// The quoted program path, a blank, then the arguments.
+std::wstring ComposeCommandLine(const std::wstring& setupPath, const std::wstring& arguments) {
+  return JoinWide({L"\"", setupPath, L"\" ", arguments});
+}
+
 }  // namespace
 
 std::wstring SetupPath(const InstallationRecord& installation) {
@@ -74,20 +71,16 @@ std::wstring SetupPath(const InstallationRecord& installation) {
 }
 
 std::wstring BrowserLogPath(const InstallationRecord& installation) {
-  return JoinWide({installation.install_path, L"\\", kUninstallFolderName, L"\\", kBrowserLogFileName});
+  return JoinWide({installation.install_path, L"\\", kUninstallFolderName, L"\\chrome_uninstall.log"});
 }
 
 std::wstring ComposeUninstallArguments(const UninstallContext& context, const std::wstring& browserLogPath) {
-  std::wstring arguments = kUninstallSwitch;
-  if (context.silent_chrome) arguments += kForceUninstallSwitch;
-  arguments += kLoggingSwitches;
-  arguments += JoinWide({kLogFileSwitch, L"\"", browserLogPath, L"\""});
-  if (!context.keep_user_data) arguments += kDeleteProfileSwitch;
+  std::wstring arguments = L"--uninstall";
+  if (context.silent_chrome) arguments += L" --force-uninstall";
+  arguments += L" --verbose-logging --enable-logging";
+  arguments += JoinWide({L" --log-file=\"", browserLogPath, L"\""});
+  if (!context.keep_user_data) arguments += L" --delete-profile";
   return arguments;
-}
-
-std::wstring ComposeCommandLine(const std::wstring& setupPath, const std::wstring& arguments) {
-  return JoinWide({L"\"", setupPath, L"\" ", arguments});
 }
 
 std::uint32_t RunBrowserUninstaller(const std::wstring& setupPath, const std::wstring& arguments) {

@@ -34,9 +34,6 @@ inline constexpr wchar_t kBusyNoticeCaption[] = L"提示";
 [[nodiscard]] std::wstring ComposeUninstallArguments(const UninstallContext& context,
                                                      const std::wstring& browserLogPath);
 
-// The quoted program path, a blank, then the arguments.
-[[nodiscard]] std::wstring ComposeCommandLine(const std::wstring& setupPath, const std::wstring& arguments);
-
 // Starts setup.exe and waits for it without a time limit. Returns its exit
 // code, or kBrowserUninstallFailed (logged with the error) when it cannot
 // be started.

@@ -3,8 +3,15 @@
 #include <windows.h>
 #include <shellapi.h>
 
-namespace oru {
+#include <string>
+#include <vector>
 
+#include "common/unique_handle.h"
+
+namespace oru {
+namespace {
+
+// args holds the arguments after the program name.
 UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
   UninstallOptions options;
   for (const auto& arg : args) {
@@ -16,15 +23,16 @@ UninstallOptions ParseOptions(const std::vector<std::wstring>& args) {
   return options;
 }
 
+}  // namespace
+
 UninstallOptions ParseProcessCommandLine() { return ParseCommandLine(::GetCommandLineW()); }
 
 UninstallOptions ParseCommandLine(const wchar_t* commandLine) {
   int count = 0;
-  wchar_t** argv = ::CommandLineToArgvW(commandLine, &count);
-  if (argv == nullptr) return {};
+  const UniqueLocalMemory<wchar_t**> argv(::CommandLineToArgvW(commandLine, &count));
+  if (!argv) return {};
   std::vector<std::wstring> args;
-  for (int i = 1; i < count; ++i) args.emplace_back(argv[i]);
-  ::LocalFree(argv);
+  for (int i = 1; i < count; ++i) args.emplace_back(argv.get()[i]);
   return ParseOptions(args);
 }
 

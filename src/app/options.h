@@ -3,9 +3,6 @@
 // The four command-line options. Matching is exact and case-sensitive on the
 // whole argument; anything else on the command line is ignored silently.
 
-#include <string>
-#include <vector>
-
 namespace oru {
 
 inline constexpr wchar_t kOptionForce[] = L"--force";
@@ -19,9 +16,6 @@ struct UninstallOptions {
   bool keep_user_data = false;  // keep the browser profile
   bool silent_oru = false;      // show no message boxes
 };
-
-// args holds the arguments after the program name.
-[[nodiscard]] UninstallOptions ParseOptions(const std::vector<std::wstring>& args);
 
 // Splits a whole command line (program name first) the way the system does;
 // the defaults when it can't be split.

@@ -21,8 +21,4 @@ class UninstallContext : public InstallationRecord {
   bool silent_oru;
 };
 
-// Runs the uninstall: 0 success, 1 ran but did not complete, 4 or 5 when the
-// installation check failed.
-[[nodiscard]] unsigned RunUninstall(UninstallContext& context);
-
 }  // namespace oru

@@ -1,3 +1,5 @@
+#include "app/uninstall_sequence.h"
+
 #include <windows.h>
 // Needs windows.h before it.
 #include <shlwapi.h>
@@ -7,7 +9,6 @@
 #include "app/browser_removal.h"
 #include "app/install_discovery.h"
 #include "app/registry_cleanup.h"
-#include "app/uninstall_context.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"

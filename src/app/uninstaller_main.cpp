@@ -11,6 +11,7 @@
 #include "app/installation_lookup.h"
 #include "app/options.h"
 #include "app/uninstall_context.h"
+#include "app/uninstall_sequence.h"
 #include "common/directory_entries.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
@@ -19,6 +20,7 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
+#include "identity/dorvid_manager.h"
 #include "log/setup_logger.h"
 #include "log/timestamp.h"
 #include "remove/self_delete_script.h"
@@ -26,6 +28,7 @@
 #include "sys/registry.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
+#include "workspace/component_staging.h"
 #include "workspace/temp_directory_manager.h"
 
 namespace oru {
@@ -75,7 +78,7 @@ void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& i
   if (!installation.install_path.empty() && !installation.pv.empty()) {
     const std::wstring source = installation.install_path + L"\\" + installation.pv;
     LogInfo(L"Attempting to copy Tavrin files from: " + source);
-    copied = workspace.CopyTavrinFiles(source);
+    copied = CopyTavrinFiles(workspace, source);
     if (copied) {
       LogInfo(L"Successfully copied Tavrin files to temp directory");
     } else {
@@ -89,6 +92,7 @@ void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& i
     return;
   }
   LogInfo(L"Initializing Tavrin SDK from temp directory...");
+  EventReporter::GetInstance().SetDeviceIdSource(ObtainD36);
   if (EventReporter::GetInstance().Init(workspace.GetTavrinDirectory())) {
     LogInfo(L"Tavrin SDK initialized successfully from temp directory");
     EventReporter::GetInstance().Report("uninstall_tavrin_initialized",

@@ -85,6 +85,15 @@ struct RegKeyTraits {
   static void Close(pointer h) noexcept { ::RegCloseKey(h); }
 };
 
+// Memory the system allocated for the caller with LocalAlloc, such as
+// CommandLineToArgvW's array; null means none.
+template <typename Pointer>
+struct LocalMemoryTraits {
+  using pointer = Pointer;
+  static pointer Invalid() noexcept { return nullptr; }
+  static void Close(pointer p) noexcept { ::LocalFree(p); }
+};
+
 // Process and thread handles, events: NULL means none.
 using UniqueHandle = UniqueResource<KernelHandleTraits>;
 // CreateFileW and CreateToolhelp32Snapshot: INVALID_HANDLE_VALUE means none.
@@ -93,6 +102,8 @@ using UniqueSnapshot = UniqueResource<FileHandleTraits>;
 using UniqueFind = UniqueResource<FindHandleTraits>;
 using UniqueModule = UniqueResource<ModuleHandleTraits>;
 using UniqueRegKey = UniqueResource<RegKeyTraits>;
+template <typename Pointer>
+using UniqueLocalMemory = UniqueResource<LocalMemoryTraits<Pointer>>;
 
 // GetProcAddress returns FARPROC; casting through void(*)() keeps
 // -Wcast-function-type quiet while still naming the real signature.

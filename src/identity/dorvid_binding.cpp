@@ -16,7 +16,6 @@ using InitFn = std::int32_t (*)(const char* appKey, DorvidLogCallback log, const
 using QueryFn = std::int32_t (*)(const char* appKey, DorvidResult* buffer, std::int32_t size);
 using QueryAsyncFn = std::int32_t (*)(const char* appKey, DorvidResultCallback callback);
 
-constexpr wchar_t kLibraryFileName[] = L"dorvid.dll";
 constexpr DWORD kPathCapacity = 1024;
 
 }  // namespace
@@ -39,7 +38,7 @@ int DorvidBinding::LoadLocked(const wchar_t* directory) {
     *lastBackslash = L'\0';
   }
   // A path too long to take the file name cannot name the library either.
-  if (!::PathAppendW(path, kLibraryFileName)) return kDorvidLibraryMissing;
+  if (!::PathAppendW(path, L"dorvid.dll")) return kDorvidLibraryMissing;
   if (!::PathFileExistsW(path)) return kDorvidLibraryMissing;
   module_ = ::LoadLibraryW(path);
   return module_ != nullptr ? kDorvidOk : kDorvidLoadFailed;

@@ -49,6 +49,10 @@ class DorvidManager {
   D36Callback async_callback_;
 };
 
+// Starts the manager with sdkDirectory\dorvid.dll and asks for the
+// identifier once: the telemetry reporter's source of the device identifier.
+[[nodiscard]] std::wstring ObtainD36(const std::wstring& sdkDirectory);
+
 // The result callback given to the library's asynchronous query. Logs and
 // reports "dorvid_event" when it carries an identifier; safe to call from
 // any thread, and after the manager is gone.

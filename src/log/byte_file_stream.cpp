@@ -6,19 +6,13 @@ bool ByteFileStream::open(const std::wstring& path, Mode mode) {
   close();
   const DWORD access = mode == Mode::kRead ? GENERIC_READ : GENERIC_WRITE;
   const DWORD disposition = mode == Mode::kCreateNew ? CREATE_NEW : mode == Mode::kAppend ? OPEN_ALWAYS : OPEN_EXISTING;
-  file_ = ::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                        disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  failed_ = file_ == INVALID_HANDLE_VALUE;
+  file_.reset(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+  failed_ = !file_;
   if (!failed_ && mode == Mode::kAppend) {
-    failed_ = ::SetFilePointerEx(file_, LARGE_INTEGER{}, nullptr, FILE_END) == FALSE;
+    failed_ = ::SetFilePointerEx(file_.get(), LARGE_INTEGER{}, nullptr, FILE_END) == FALSE;
   }
   return !failed_;
-}
-
-void ByteFileStream::close() noexcept {
-  if (file_ == INVALID_HANDLE_VALUE) return;
-  ::CloseHandle(file_);
-  file_ = INVALID_HANDLE_VALUE;
 }
 
 void ByteFileStream::write(const char* data, std::size_t size) {
@@ -27,7 +21,7 @@ void ByteFileStream::write(const char* data, std::size_t size) {
     return;
   }
   DWORD written = 0;
-  if (!::WriteFile(file_, data, static_cast<DWORD>(size), &written, nullptr) || written != size) failed_ = true;
+  if (!::WriteFile(file_.get(), data, static_cast<DWORD>(size), &written, nullptr) || written != size) failed_ = true;
 }
 
 std::size_t ByteFileStream::read(char* data, std::size_t size) {
@@ -36,18 +30,13 @@ std::size_t ByteFileStream::read(char* data, std::size_t size) {
     return 0;
   }
   DWORD got = 0;
-  if (!::ReadFile(file_, data, static_cast<DWORD>(size), &got, nullptr) || got < size) failed_ = true;
+  if (!::ReadFile(file_.get(), data, static_cast<DWORD>(size), &got, nullptr) || got < size) failed_ = true;
   return got;
 }
 
 void ByteFileStream::seek_to_start() {
   if (!is_open()) return;
-  failed_ = ::SetFilePointerEx(file_, LARGE_INTEGER{}, nullptr, FILE_BEGIN) == FALSE;
-}
-
-void ByteFileStream::flush() {
-  // WriteFile hands bytes straight to the system: nothing is buffered here,
-  // so a crash after a line was logged cannot lose that line.
+  failed_ = ::SetFilePointerEx(file_.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN) == FALSE;
 }
 
 }  // namespace oru

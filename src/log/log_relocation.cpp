@@ -56,7 +56,6 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
       const std::size_t got = source.read(buffer, sizeof(buffer));
       if (got > 0) target.write(buffer, got);
     }
-    target.flush();
     const bool written = target.good();
     target.close();
     source.close();

@@ -81,7 +81,6 @@ bool SetupLogger::InitLog(const std::wstring& directory, const std::wstring& fil
     EmitDebug({L"[InitLog] 写入测试消息...\n"});
     const std::string header = WideToUtf8(L"=== ORU Setup Log ===\n");
     logStream.write(header.data(), header.size());
-    logStream.flush();
     EmitDebug({L"[InitLog] 测试写入后流状态 - good(): ", DigitText(logStream.good()), L", fail(): ",
                DigitText(logStream.fail()), L"\n"});
 
@@ -151,8 +150,7 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
     const std::string bytes = WideToUtf8(line);
     logStream.write(bytes.data(), bytes.size());
     if (!logStream.good()) EmitDebug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
-    // Every line is on disk as soon as it is logged: a crash loses nothing.
-    logStream.flush();
+    // Each write goes straight to the system, unbuffered: a crash loses nothing.
   } catch (const std::exception& e) {
     EmitDebug({L"[LogDebugInter] 捕获 std::exception: ", Utf8ToWide(e.what()), L"\n"});
   } catch (...) {
@@ -165,7 +163,6 @@ void SetupLogger::CloseLogFile() {
     std::unique_lock lock(logMutex);
     std::wstring closedPath;
     if (logStream.is_open()) {
-      logStream.flush();
       closedPath = logPath;
       logStream.close();
       isInit = false;

@@ -10,38 +10,12 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kMovingToTemp = L"Moving file to temp and scheduling deletion: ";
-constexpr std::wstring_view kDeletedDirectly = L"Successfully deleted file directly: ";
-constexpr std::wstring_view kCannotDeleteDirectly = L"Cannot delete file directly, error: ";
-constexpr std::wstring_view kTryingMoveToTemp = L", trying to move to temp";
-constexpr std::wstring_view kDetectedLogFile = L"Detected log file, attempting to close any open handles";
-constexpr std::wstring_view kTempExistsDeleting = L"Temp file already exists, deleting: ";
-constexpr std::wstring_view kFailedDeleteExistingTemp = L"Failed to delete existing temp file: ";
-constexpr std::wstring_view kRetryAttempt = L"Retry attempt ";
-constexpr std::wstring_view kToMoveFile = L" to move file: ";
-constexpr std::wstring_view kMovedToTemp = L"Successfully moved file to temp: ";
-constexpr std::wstring_view kScheduledTempDeletion = L"Scheduled temp file deletion on reboot: ";
-constexpr std::wstring_view kFailedScheduleTempDeletion = L"Failed to schedule temp file deletion on reboot: ";
-constexpr std::wstring_view kAttempt = L"Attempt ";
-constexpr std::wstring_view kFailedToMoveFile = L" failed to move file: ";
-constexpr std::wstring_view kFailedAfterAllRetries = L"Failed to move file to temp after all retries: ";
-constexpr std::wstring_view kScheduledOriginal = L"Scheduled original file deletion on reboot: ";
-constexpr std::wstring_view kFailedScheduleFile = L"Failed to schedule file deletion on reboot: ";
 constexpr std::wstring_view kArrow = L" -> ";
 constexpr std::wstring_view kErrorSuffix = L", error: ";
-
-constexpr std::wstring_view kNoTempPath = L"Failed to get temp path, using current directory";
-constexpr std::wstring_view kGeneratedName = L"Generated temp file name: ";
-constexpr std::wstring_view kGeneratedManual = L"Generated temp file name (manual): ";
-constexpr std::wstring_view kGeneratedFallback = L"Generated temp file name (fallback): ";
+// The system's own temporary names take only its first three characters.
 constexpr wchar_t kTempPrefix[] = L"oru_del_";
-constexpr std::wstring_view kFallbackPrefix = L"oru_del_fallback_";
-
-constexpr std::wstring_view kScheduling = L"Scheduling for deletion on reboot: ";
-constexpr std::wstring_view kScheduled = L"Successfully scheduled for deletion on reboot: ";
-constexpr std::wstring_view kFailedSchedule = L"Failed to schedule for deletion on reboot: ";
-
 constexpr std::wstring_view kLogMarker = L".log";
+
 constexpr DWORD kLogFilePauseMs = 100;
 constexpr DWORD kRetryStepMs = 200;
 constexpr int kMaxMoveAttempts = 5;
@@ -59,16 +33,18 @@ bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()
 // change by waiting.
 bool IsInUseError(DWORD error) { return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED; }
 
-}  // namespace
-
+// The manual and fallback temporary names. directory is used as given (the
+// system's temporary path ends in a backslash, so the result holds two).
 std::wstring ManualTempDeleteName(const std::wstring& directory, unsigned long tick, int random,
                                   const std::wstring& baseName) {
   return JoinWide({directory, L"\\", kTempPrefix, ToWideDecimal(tick), L"_", ToWideDecimal(random), L"_", baseName});
 }
 
 std::wstring FallbackTempDeleteName(const std::wstring& directory, unsigned long tick, const std::wstring& baseName) {
-  return JoinWide({directory, L"\\", kFallbackPrefix, ToWideDecimal(tick), L"_", baseName});
+  return JoinWide({directory, L"\\oru_del_fallback_", ToWideDecimal(tick), L"_", baseName});
 }
+
+}  // namespace
 
 void SetTempNameSourcesForTesting(TickSource tick, RandomSource random) {
   g_tick = tick != nullptr ? tick : SystemTick;
@@ -79,7 +55,7 @@ std::wstring GenerateTempDeleteName(const std::wstring& path) {
   wchar_t buffer[MAX_PATH] = {};
   std::wstring directory;
   if (::GetTempPathW(MAX_PATH, buffer) == 0) {
-    LogInfo(kNoTempPath);
+    LogInfo(L"Failed to get temp path, using current directory");
     directory = L".";
   } else {
     directory = buffer;
@@ -90,7 +66,7 @@ std::wstring GenerateTempDeleteName(const std::wstring& path) {
     wchar_t systemName[MAX_PATH] = {};
     if (::GetTempFileNameW(directory.c_str(), kTempPrefix, 0, systemName) != 0) {
       if (!Exists(systemName)) {
-        LogInfo(JoinWide({kGeneratedName, systemName}));
+        LogInfo(JoinWide({L"Generated temp file name: ", systemName}));
         return systemName;
       }
       // The call creates the file it names; an empty placeholder must not
@@ -99,81 +75,81 @@ std::wstring GenerateTempDeleteName(const std::wstring& path) {
     }
     std::wstring manual = ManualTempDeleteName(directory, g_tick(), g_random(), baseName);
     if (!Exists(manual)) {
-      LogInfo(JoinWide({kGeneratedManual, manual}));
+      LogInfo(JoinWide({L"Generated temp file name (manual): ", manual}));
       return manual;
     }
   }
   std::wstring fallback = FallbackTempDeleteName(directory, g_tick(), baseName);
-  LogInfo(JoinWide({kGeneratedFallback, fallback}));
+  LogInfo(JoinWide({L"Generated temp file name (fallback): ", fallback}));
   return fallback;
 }
 
 bool DeleteFileWithFallback(const std::wstring& path) {
-  LogInfo(JoinWide({kMovingToTemp, path}));
+  LogInfo(JoinWide({L"Moving file to temp and scheduling deletion: ", path}));
   if (::DeleteFileW(path.c_str())) {
-    LogInfo(JoinWide({kDeletedDirectly, path}));
+    LogInfo(JoinWide({L"Successfully deleted file directly: ", path}));
     return true;
   }
   const DWORD deleteError = ::GetLastError();
-  LogInfo(JoinWide({kCannotDeleteDirectly, ToWideDecimal(deleteError), kTryingMoveToTemp}));
+  LogInfo(JoinWide({L"Cannot delete file directly, error: ", ToWideDecimal(deleteError), L", trying to move to temp"}));
 
   // Our own log may still be open in this process or a child: a short pause
   // has proved enough for such handles to go, so nothing more is attempted.
   if (path.size() >= kLogMarker.size() && path.find(kLogMarker) != std::wstring::npos) {
-    LogInfo(kDetectedLogFile);
+    LogInfo(L"Detected log file, attempting to close any open handles");
     ::Sleep(kLogFilePauseMs);
   }
 
   std::wstring temp = GenerateTempDeleteName(path);
   if (Exists(temp)) {
-    LogInfo(JoinWide({kTempExistsDeleting, temp}));
+    LogInfo(JoinWide({L"Temp file already exists, deleting: ", temp}));
     if (!::DeleteFileW(temp.c_str())) {
       const DWORD error = ::GetLastError();
-      LogInfo(JoinWide({kFailedDeleteExistingTemp, temp, kErrorSuffix, ToWideDecimal(error)}));
+      LogInfo(JoinWide({L"Failed to delete existing temp file: ", temp, kErrorSuffix, ToWideDecimal(error)}));
       temp = GenerateTempDeleteName(path);
     }
   }
 
   for (int attempt = 0;;) {
     if (attempt > 0) {
-      LogInfo(JoinWide({kRetryAttempt, ToWideDecimal(attempt), kToMoveFile, path}));
+      LogInfo(JoinWide({L"Retry attempt ", ToWideDecimal(attempt), L" to move file: ", path}));
       ::Sleep(static_cast<DWORD>(attempt) * kRetryStepMs);
     }
     if (::MoveFileW(path.c_str(), temp.c_str())) {
-      LogInfo(JoinWide({kMovedToTemp, temp}));
+      LogInfo(JoinWide({L"Successfully moved file to temp: ", temp}));
       // Once the file has left its place the job is done, whether or not the
       // copy in the temporary directory will ever be removed.
       if (::MoveFileExW(temp.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
-        LogInfo(JoinWide({kScheduledTempDeletion, temp}));
+        LogInfo(JoinWide({L"Scheduled temp file deletion on reboot: ", temp}));
       } else {
-        LogInfo(JoinWide({kFailedScheduleTempDeletion, temp}));
+        LogInfo(JoinWide({L"Failed to schedule temp file deletion on reboot: ", temp}));
       }
       return true;
     }
     const DWORD error = ::GetLastError();
-    LogInfo(JoinWide({kAttempt, ToWideDecimal(attempt + 1), kFailedToMoveFile, path, kArrow, temp, kErrorSuffix,
-                      ToWideDecimal(error)}));
+    LogInfo(JoinWide({L"Attempt ", ToWideDecimal(attempt + 1), L" failed to move file: ", path, kArrow, temp,
+                      kErrorSuffix, ToWideDecimal(error)}));
     ++attempt;
     if (!IsInUseError(error) || attempt >= kMaxMoveAttempts) break;
   }
 
-  LogInfo(JoinWide({kFailedAfterAllRetries, path, kArrow, temp}));
+  LogInfo(JoinWide({L"Failed to move file to temp after all retries: ", path, kArrow, temp}));
   if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
-    LogInfo(JoinWide({kScheduledOriginal, path}));
+    LogInfo(JoinWide({L"Scheduled original file deletion on reboot: ", path}));
     return true;
   }
-  LogInfo(JoinWide({kFailedScheduleFile, path}));
+  LogInfo(JoinWide({L"Failed to schedule file deletion on reboot: ", path}));
   return false;
 }
 
 bool ScheduleDeleteOnReboot(const std::wstring& path) {
-  LogInfo(JoinWide({kScheduling, path}));
+  LogInfo(JoinWide({L"Scheduling for deletion on reboot: ", path}));
   if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
-    LogInfo(JoinWide({kScheduled, path}));
+    LogInfo(JoinWide({L"Successfully scheduled for deletion on reboot: ", path}));
     return true;
   }
   const DWORD error = ::GetLastError();
-  LogInfo(JoinWide({kFailedSchedule, path, kErrorSuffix, ToWideDecimal(error)}));
+  LogInfo(JoinWide({L"Failed to schedule for deletion on reboot: ", path, kErrorSuffix, ToWideDecimal(error)}));
   return false;
 }
 

@@ -23,13 +23,6 @@ bool DeleteFileWithFallback(const std::wstring& path);
 // Asks the system to delete path at the next reboot. True when registered.
 bool ScheduleDeleteOnReboot(const std::wstring& path);
 
-// The manual and fallback temporary names. directory is used as given (the
-// system's temporary path ends in a backslash, so the result holds two).
-[[nodiscard]] std::wstring ManualTempDeleteName(const std::wstring& directory, unsigned long tick, int random,
-                                                const std::wstring& baseName);
-[[nodiscard]] std::wstring FallbackTempDeleteName(const std::wstring& directory, unsigned long tick,
-                                                  const std::wstring& baseName);
-
 // Tests pin the tick count and the random value that make temporary names
 // unique; nullptr restores GetTickCount and rand.
 using TickSource = unsigned long (*)();

@@ -10,8 +10,8 @@ DllLoader::DllLoader(const std::wstring& path) {
     LogInfo(L"DllLoader: DLL 名称为空");
     return;
   }
-  module_ = ::LoadLibraryW(path.c_str());
-  if (module_ != nullptr) {
+  module_.reset(::LoadLibraryW(path.c_str()));
+  if (module_) {
     LogInfo(L"DllLoader: 成功加载 DLL: " + path);
     return;
   }
@@ -20,14 +20,14 @@ DllLoader::DllLoader(const std::wstring& path) {
 }
 
 DllLoader::~DllLoader() {
-  if (module_ == nullptr) return;
-  if (::FreeLibrary(module_)) {
+  if (!module_) return;
+  // Freed here rather than by the wrapper, whose closer cannot tell how it went.
+  if (::FreeLibrary(module_.release())) {
     LogInfo(L"DllLoader: 成功释放 DLL");
   } else {
     const DWORD error = ::GetLastError();
     LogWarning(L"DllLoader: 释放 DLL 失败, 错误码: " + ToWideDecimal(error));
   }
-  module_ = nullptr;
 }
 
 }  // namespace oru

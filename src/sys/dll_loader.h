@@ -4,9 +4,9 @@
 // the destructor, both logged. A failed load is only a null module() - no
 // exception - so a missing library quietly disables its feature.
 
-#include <windows.h>
-
 #include <string>
+
+#include "common/unique_handle.h"
 
 namespace oru {
 
@@ -18,10 +18,10 @@ class DllLoader {
   DllLoader& operator=(const DllLoader&) = delete;
 
   // The loaded module, or null.
-  [[nodiscard]] HMODULE module() const noexcept { return module_; }
+  [[nodiscard]] HMODULE module() const noexcept { return module_.get(); }
 
  private:
-  HMODULE module_ = nullptr;
+  UniqueModule module_;
 };
 
 }  // namespace oru

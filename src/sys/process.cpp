@@ -14,8 +14,6 @@ namespace {
 
 constexpr DWORD kReleaseFilesWaitMs = 1000;
 
-constexpr wchar_t kSnapshotFailed[] = L"Failed to create process snapshot.";
-
 bool ImageNameMatches(const PROCESSENTRY32W& entry, std::wstring_view name) {
   return !name.empty() && std::wstring_view(entry.szExeFile) == name;
 }
@@ -26,7 +24,7 @@ template <typename Visit>
 bool ForEachProcessNamed(std::wstring_view name, Visit visit) {
   UniqueSnapshot snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   if (!snapshot) {
-    LogInfo(kSnapshotFailed);
+    LogInfo(L"Failed to create process snapshot.");
     return false;
   }
   PROCESSENTRY32W entry{};

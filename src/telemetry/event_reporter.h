@@ -7,13 +7,12 @@
 // device-identifier callback, which the library delivers on its own.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "common/event_params.h"
-#include "sys/dll_loader.h"
-#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 
@@ -23,6 +22,10 @@ class EventReporter {
     std::string name;
     EventParams params;
   };
+
+  // Yields the device identifier for the common parameters, given the
+  // folder the telemetry library was loaded from; empty when there is none.
+  using DeviceIdSource = std::function<std::wstring(const std::wstring& sdkDirectory)>;
 
   static EventReporter& GetInstance();
 
@@ -35,6 +38,9 @@ class EventReporter {
   // missing or unusable, in which case events stay queued.
   bool Init(const std::wstring& sdkDirectory);
 
+  // Set before Init; without a source the identifier is sent empty.
+  void SetDeviceIdSource(DeviceIdSource source) { device_id_source_ = std::move(source); }
+
   // Sends one event, or queues it while the library is not ready. Never fails.
   void Report(const std::string& eventName, const EventParams& params);
 
@@ -46,7 +52,11 @@ class EventReporter {
   [[nodiscard]] const std::vector<PendingEvent>& PendingEvents() const { return pending_; }
 
  private:
+  // The loaded library and what it was last given as common parameters.
+  struct Library;
+
   EventReporter();
+  ~EventReporter();
 
   void SetCommonParams();
   void SendPendingEvents();
@@ -55,17 +65,16 @@ class EventReporter {
   // "\n    key = value" for every common parameter in use.
   [[nodiscard]] std::string CommonParamsDump() const;
 
-  std::unique_ptr<DllLoader> library_;
   bool initialized_ = false;
   std::wstring sdk_directory_;
+  DeviceIdSource device_id_source_;
   std::string platform_;
   std::string hardware_os_;
   std::string version_;
   std::string launch_channel_;
   std::string install_mode_;
-  // On the heap: 87 KB of zeros would otherwise be stored in the executable.
-  std::unique_ptr<tavrin::CommonParamTable> common_params_ = std::make_unique<tavrin::CommonParamTable>();
-  std::uint32_t common_param_count_ = 0;
+  // On the heap: its 87 KB of zeros would otherwise be stored in the executable.
+  std::unique_ptr<Library> library_;
   std::vector<PendingEvent> pending_;
   // Nothing sets it in this program, so elapsed figures read 0 and no
   // "elapsed_time_ms" is sent; the rule stays for a caller that sets it.

@@ -30,36 +30,17 @@ struct EntryPoints {
 
 EntryPoints g_entry_points;
 
-constexpr wchar_t kLibraryFileName[] = L"\\tavrin_sdk.dll";
-constexpr wchar_t kDataDirectoryName[] = L"\\tavrin";
-constexpr char kKeyEventCode[] = "ORU_STRAVO_KEY_EVENT";
-
-constexpr wchar_t kLoadStart[] = L"开始初始化 Tavrin SDK!";
-constexpr wchar_t kLibraryPath[] = L"dll 路径：";
-constexpr wchar_t kLoadFailed[] = L"加载 SDK 失败! dll 路径：";
-constexpr wchar_t kBindSucceeded[] = L"初始化 Tavrin SDK 成功!";
-constexpr wchar_t kBindFailed[] = L"获取 Tavrin SDK 函数指针失败!";
-constexpr wchar_t kConfigureStart[] = L"开始初始化 Tavrin 配置";
-constexpr wchar_t kCreateFolderFailed[] = L"创建文件夹失败!";
-constexpr wchar_t kConfigureSucceeded[] = L"初始化 Tavrin 配置成功!";
-constexpr wchar_t kSetCommonStart[] = L"设置 Tavrin 公共参数";
-constexpr wchar_t kSetCommonSucceeded[] = L"设置 Tavrin 公共参数成功!";
-constexpr wchar_t kDeviceIdMissing[] = L"获取 device id 失败或为空";
-constexpr wchar_t kDeviceId[] = L"device id: ";
-
 }  // namespace
 
-bool LoadAndBind(const std::wstring& sdkDirectory, std::unique_ptr<DllLoader>& library) {
-  LogInfo(kLoadStart);
-  const std::wstring path = sdkDirectory + kLibraryFileName;
-  LogInfo(kLibraryPath + path);
-  library.reset();
-  library = std::make_unique<DllLoader>(path);
+std::unique_ptr<DllLoader> LoadAndBind(const std::wstring& sdkDirectory) {
+  LogInfo(L"开始初始化 Tavrin SDK!");
+  const std::wstring path = sdkDirectory + L"\\tavrin_sdk.dll";
+  LogInfo(L"dll 路径：" + path);
+  auto library = std::make_unique<DllLoader>(path);
   const HMODULE module = library->module();
   if (module == nullptr) {
-    LogInfo(kLoadFailed + path);
-    library.reset();
-    return false;
+    LogInfo(L"加载 SDK 失败! dll 路径：" + path);
+    return nullptr;
   }
   g_entry_points.init_sdk = GetProcAs<InitSdkFn>(module, "TV_InitSDK");
   g_entry_points.uninit_sdk = GetProcAs<UninitSdkFn>(module, "TV_UninitSDK");
@@ -68,32 +49,31 @@ bool LoadAndBind(const std::wstring& sdkDirectory, std::unique_ptr<DllLoader>& l
   g_entry_points.get_device_id = GetProcAs<GetDeviceIdFn>(module, "TV_GetTavrinDeviceId");
   const EntryPoints& e = g_entry_points;
   if (e.init_sdk && e.uninit_sdk && e.report && e.set_common_params && e.get_device_id) {
-    LogInfo(kBindSucceeded);
-    return true;
+    LogInfo(L"初始化 Tavrin SDK 成功!");
+    return library;
   }
-  // The pointers found so far stay set, dangling once the library is freed;
-  // the reporter never calls them because it stays uninitialised.
-  LogInfo(kBindFailed);
-  library.reset();
-  return false;
+  // The library is freed on return: none of its entry points may outlive it.
+  g_entry_points = EntryPoints{};
+  LogInfo(L"获取 Tavrin SDK 函数指针失败!");
+  return nullptr;
 }
 
 bool Configure(const std::wstring& sdkDirectory, const std::string& osVersion, const std::string& appVersion) {
-  LogInfo(kConfigureStart);
-  const std::wstring dataDirectory = sdkDirectory + kDataDirectoryName;
+  LogInfo(L"开始初始化 Tavrin 配置");
+  const std::wstring dataDirectory = sdkDirectory + L"\\tavrin";
   if (!::PathFileExistsW(dataDirectory.c_str()) && !::CreateDirectoryW(dataDirectory.c_str(), nullptr)) {
     const DWORD error = ::GetLastError();
-    LogInfo(JoinWide({kCreateFolderFailed, dataDirectory, L", error: ", ToWideDecimal(error)}));
+    LogInfo(JoinWide({L"创建文件夹失败!", dataDirectory, L", error: ", ToWideDecimal(error)}));
     return false;
   }
   const ConfigRecord config = MakeConfigRecord(osVersion, appVersion, WideToUtf8(dataDirectory));
   if (g_entry_points.init_sdk != nullptr) g_entry_points.init_sdk(&config);
-  LogInfo(kConfigureSucceeded);
+  LogInfo(L"初始化 Tavrin 配置成功!");
   return true;
 }
 
 void SetCommonParams(const EventParams& params, CommonParamTable& table, std::uint32_t& count) {
-  LogInfo(kSetCommonStart);
+  LogInfo(L"设置 Tavrin 公共参数");
   // The table is fixed; a larger map would run past it, so it is cut there.
   count = static_cast<std::uint32_t>(std::min(params.size(), table.size()));
   if (count == 0) return;
@@ -104,13 +84,13 @@ void SetCommonParams(const EventParams& params, CommonParamTable& table, std::ui
     LogInfo(Utf8ToWide(key + " = " + value));
   }
   if (g_entry_points.set_common_params != nullptr) g_entry_points.set_common_params(table.data(), count);
-  LogInfo(kSetCommonSucceeded);
+  LogInfo(L"设置 Tavrin 公共参数成功!");
 
   const char* deviceId = g_entry_points.get_device_id != nullptr ? g_entry_points.get_device_id() : nullptr;
   if (deviceId == nullptr || *deviceId == '\0') {
-    LogWarning(kDeviceIdMissing);
+    LogWarning(L"获取 device id 失败或为空");
   } else {
-    LogInfo(kDeviceId + Utf8ToWide(deviceId));
+    LogInfo(L"device id: " + Utf8ToWide(deviceId));
   }
 }
 
@@ -118,10 +98,10 @@ bool CanReport() noexcept { return g_entry_points.report != nullptr; }
 
 void Report(const std::vector<ParamRecord>& records) {
   if (g_entry_points.report == nullptr || records.empty()) return;
-  g_entry_points.report(kKeyEventCode, records.data(), static_cast<std::uint32_t>(records.size()), 0);
+  g_entry_points.report("ORU_STRAVO_KEY_EVENT", records.data(), static_cast<std::uint32_t>(records.size()), 0);
 }
 
-void Shutdown(std::unique_ptr<DllLoader>& library) {
+void Shutdown(std::unique_ptr<DllLoader> library) {
   if (g_entry_points.uninit_sdk != nullptr) g_entry_points.uninit_sdk();
   library.reset();
   g_entry_points = EntryPoints{};

@@ -23,10 +23,10 @@ namespace oru::tavrin {
 inline constexpr std::size_t kCommonParamCapacity = 20;
 using CommonParamTable = std::array<ParamRecord, kCommonParamCapacity>;
 
-// Loads sdkDirectory\tavrin_sdk.dll into `library` (replacing, and so
-// freeing, any earlier one) and binds all five exports. False, logged, when
-// the file does not load or any export is missing; `library` is then empty.
-[[nodiscard]] bool LoadAndBind(const std::wstring& sdkDirectory, std::unique_ptr<DllLoader>& library);
+// Loads sdkDirectory\tavrin_sdk.dll and binds all five exports. Null,
+// logged, when the file does not load or any export is missing; the library
+// is then freed and no entry point stays bound, so CanReport() is false.
+[[nodiscard]] std::unique_ptr<DllLoader> LoadAndBind(const std::wstring& sdkDirectory);
 
 // Creates sdkDirectory\tavrin if needed (an existing one is used as it is)
 // and starts the library with the configuration record. False, logged, only
@@ -46,6 +46,6 @@ void SetCommonParams(const EventParams& params, CommonParamTable& table, std::ui
 void Report(const std::vector<ParamRecord>& records);
 
 // Stops the library, frees it and forgets every entry point.
-void Shutdown(std::unique_ptr<DllLoader>& library);
+void Shutdown(std::unique_ptr<DllLoader> library);
 
 }  // namespace oru::tavrin

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/event_names.h"
 #include "common/event_params.h"
 
 namespace oru::tavrin {
@@ -50,9 +51,6 @@ static_assert(offsetof(ConfigRecord, field_1164) == 1164);
 // The product's telemetry application key; the device-identifier library is
 // given the same one.
 inline constexpr char kAppKey[] = "0KXN531PLDQ8VRTA";
-
-// Every event carries its own name under this key, in its first record.
-inline constexpr char kActionKey[] = "action";
 
 // Copies at most size - 1 bytes of text into field and zero-fills the rest.
 // A cut may fall inside a UTF-8 sequence; the library takes bytes, not text.

@@ -1,6 +1,4 @@
-// Copies the telemetry library and its companions out of the installation
-// into the workspace, so that they can be loaded while the installation is
-// being deleted.
+#include "workspace/component_staging.h"
 
 #include <windows.h>
 
@@ -9,13 +7,9 @@
 
 #include "common/strings.h"
 #include "log/setup_logger.h"
-#include "workspace/temp_directory_manager.h"
-#include "workspace/workspace_texts.h"
 
 namespace oru {
 namespace {
-
-using namespace workspace_text;
 
 // In the order they are copied. The list follows the installation layout;
 // change it here and nowhere else.
@@ -33,13 +27,38 @@ constexpr unsigned kMinimumCopied = 2;
 constexpr int kCopyAttempts = 3;
 constexpr DWORD kRetryWaitStepMs = 100;  // 100 ms before the 2nd attempt, 200 ms before the 3rd
 
+bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
+  for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
+    if (attempt > 1) {
+      LogInfo(JoinWide({L"    重试复制文件 (第 ", ToWideDecimal(attempt), L" 次)..."}));
+      ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
+    }
+    // A copy left read-only by an earlier attempt would refuse to be overwritten.
+    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
+      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
+      ::DeleteFileW(destination.c_str());
+    }
+    DWORD error = ERROR_SUCCESS;
+    if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
+      const DWORD attributes = ::GetFileAttributesW(destination.c_str());
+      error = ::GetLastError();
+      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return true;
+    } else {
+      error = ::GetLastError();
+    }
+    LogInfo(L"    CopyFile 失败，错误码: " + ToWideDecimal(error));
+  }
+  return false;
+}
+
 }  // namespace
 
-bool TempDirectoryManager::CopyTavrinFiles(const std::wstring& sourceDirectory) {
+bool CopyTavrinFiles(const TempDirectoryManager& workspace, const std::wstring& sourceDirectory) {
+  const std::wstring tavrinDir = workspace.GetTavrinDirectory();
   LogInfo(L"开始从源目录复制 Tavrin 文件...");
   LogInfo(L"源目录: " + sourceDirectory);
-  LogInfo(L"目标目录: " + std::wstring(tavrinDir));
-  if (!initialized) {
+  LogInfo(L"目标目录: " + tavrinDir);
+  if (!workspace.IsInitialized()) {
     LogError(L"TempDirectoryManager 未初始化");
     return false;
   }
@@ -72,30 +91,6 @@ bool TempDirectoryManager::CopyTavrinFiles(const std::wstring& sourceDirectory) 
       JoinWide({L"Tavrin 文件复制完成: 成功 ", ToWideDecimal(copied), L" 个，失败 ", ToWideDecimal(failed), L" 个"}));
   if (copied >= kMinimumCopied) return true;
   LogError(L"关键文件复制失败，无法使用 Tavrin SDK");
-  return false;
-}
-
-bool TempDirectoryManager::CopyFileWithRetry(const std::wstring& source, const std::wstring& destination) {
-  for (int attempt = 1; attempt <= kCopyAttempts; ++attempt) {
-    if (attempt > 1) {
-      LogInfo(JoinWide({L"    重试复制文件 (第 ", ToWideDecimal(attempt), L" 次)..."}));
-      ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
-    }
-    // A copy left read-only by an earlier attempt would refuse to be overwritten.
-    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
-      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
-      ::DeleteFileW(destination.c_str());
-    }
-    DWORD error = ERROR_SUCCESS;
-    if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
-      const DWORD attributes = ::GetFileAttributesW(destination.c_str());
-      error = ::GetLastError();
-      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return true;
-    } else {
-      error = ::GetLastError();
-    }
-    LogInfo(L"    CopyFile 失败，错误码: " + ToWideDecimal(error));
-  }
   return false;
 }
 

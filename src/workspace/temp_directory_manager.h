@@ -43,9 +43,8 @@ class TempDirectoryManager {
   // 0, 1 or 2: the place chosen (meaningful once initialized).
   [[nodiscard]] std::uint32_t GetStrategy() const { return strategy; }
 
-  // Copies the telemetry libraries from sourceDirectory into the library
-  // subdirectory; true when at least two files arrived, whichever they are.
-  [[nodiscard]] bool CopyTavrinFiles(const std::wstring& sourceDirectory);
+  // True once Initialize has found a place.
+  [[nodiscard]] bool IsInitialized() const { return initialized; }
 
   // Deletes the workspace now; nothing is scheduled for later. Does nothing
   // before a successful Initialize.
@@ -79,7 +78,6 @@ class TempDirectoryManager {
   bool TryCreateInSystemTemp();
   bool TryCreateInLocalAppData();
   bool TryCreateBesideExecutable();
-  bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destination);
   // Deletes one stale workspace and adds it to the tally when it went.
   void RemoveStaleDirectory(const std::wstring& path, const std::wstring& name, unsigned& count,
                             std::uint64_t& freedBytes);

@@ -14,12 +14,6 @@ TEST(Strings, Utf8RoundTripKeepsChineseAndEmoji) {
   EXPECT_EQ(Utf8ToWide(""), L"");
 }
 
-TEST(Strings, DecimalTextOfUnsignedAndNegativeValues) {
-  EXPECT_EQ(ToWideDecimal(4294967295u), L"4294967295");
-  EXPECT_EQ(ToWideDecimal(-1), L"-1");
-  EXPECT_EQ(ToDecimal(static_cast<unsigned long>(145)), "145");
-}
-
 TEST(Strings, FileNamePartUsesOnlyBackslash) {
   EXPECT_EQ(FileNamePart(L"C:\\a\\b.log"), L"b.log");
   EXPECT_EQ(FileNamePart(L"C:/a/b.log"), L"C:/a/b.log");

@@ -72,6 +72,7 @@ TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName
 
 // Only a file in use is retried (200 + 400 + 600 + 800 ms); any other
 // failure goes straight to the reboot. Either way the original is registered.
+// The waits are bounded both ways: a longer or an extra pause fails too.
 TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReboot) {
   TempDir dir;
   const std::wstring locked = dir.WriteFile(L"locked.dat");
@@ -81,15 +82,17 @@ TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReb
     std::wstring file;
     int attempts;
     const wchar_t* error;
-    DWORD minMs;
-  } cases[] = {{locked, 5, L"32", 1900}, {dir.Child(L"never_there.txt"), 1, L"2", 0}};
+    DWORD minMs, maxMs;
+  } cases[] = {{locked, 5, L"32", 1900, 2900}, {dir.Child(L"never_there.txt"), 1, L"2", 0, 500}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.attempts);
     const std::wstring temp = PinTempNames() + L"5012345_41_" + std::wstring(FileNamePart(c.file));
     LogCapture log;
     const DWORD started = ::GetTickCount();
     EXPECT_TRUE(DeleteFileWithFallback(c.file));
-    EXPECT_GE(::GetTickCount() - started, c.minMs);
+    const DWORD elapsed = ::GetTickCount() - started;
+    EXPECT_GE(elapsed, c.minMs);
+    EXPECT_LT(elapsed, c.maxMs);
     std::vector<std::wstring> expected;
     for (int n = 1; n <= c.attempts; ++n) {
       if (n > 1) expected.push_back(L"Retry attempt " + std::to_wstring(n - 1) + L" to move file: " + c.file);

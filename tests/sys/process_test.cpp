@@ -63,8 +63,9 @@ TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
 
   EXPECT_FALSE(first.Running() || second.Running());
   EXPECT_EQ(log.Count(L"Successfully killed process: oru.stravo.exe"), 2u);
-  // One 1000 ms wait for the whole kill, not one per process.
-  EXPECT_GE(elapsed, 990u);
+  // One 1000 ms wait for the whole kill, not one per process; the tick
+  // count may read a little short of the time slept.
+  EXPECT_GE(elapsed, 950u);
   EXPECT_LT(elapsed, 1900u);
 }
 

@@ -53,22 +53,5 @@ TEST(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
   ::RegDeleteTreeW(HKEY_CURRENT_USER, TestKey().c_str());
 }
 
-TEST(RegistryTexts, CreateAndSetTablesDifferOnlyWhereSetKnowsMore) {
-  const struct {
-    LSTATUS code;
-    std::wstring create, set;
-  } rows[] = {
-      {0, L"操作成功", L"操作成功"},
-      {5, L"拒绝访问（权限不足）", L"拒绝访问（权限不足）"},
-      {19, L"未知错误，错误码：19", L"介质为写保护状态"},
-      {1234, L"未知错误，错误码：1234", L"未知错误，错误码：1234"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(CreateKeyResultText(row.code), row.create) << row.code;
-    EXPECT_EQ(SetValueResultText(row.code), row.set) << row.code;
-  }
-  EXPECT_EQ(RootKeyName(HKEY_PERFORMANCE_DATA), L"Unknown HKEY");
-}
-
 }  // namespace
 }  // namespace oru

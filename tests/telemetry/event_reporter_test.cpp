@@ -10,6 +10,7 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 #include "sys/version_info.h"
+#include "telemetry/tavrin_binding.h"
 
 namespace oru {
 namespace {
@@ -23,21 +24,24 @@ using Pairs = std::vector<std::string>;
 
 std::string Int32(std::int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); }
 
-// A folder with both stand-ins (b answering "d36-from-b"), whose name needs
-// UTF-8 to travel to the library.
+// A folder with the telemetry stand-in, whose name needs UTF-8 to travel to
+// the library, and a device-identifier source that notes where it was asked.
 class ReporterWithLibraries : public ::testing::Test {
  protected:
   void SetUp() override {
     sdk_ = dir_.MakeDir(L"sdk 遥测");
     trace_ = test::StageTavrin(sdk_);
-    test::StageDorvid(sdk_);
-    test::SetEnvironment(L"ORU_DORVID_D36", L"d36-from-b");
+    reporter_.SetDeviceIdSource([this](const std::wstring& sdkDirectory) {
+      asked_in_ = sdkDirectory;
+      return std::wstring(L"d36-of-source");
+    });
   }
   [[nodiscard]] std::vector<TraceCall> Trace() const { return ReadTrace(trace_); }
 
   TempDir dir_;
   std::wstring sdk_;
   std::wstring trace_;
+  std::wstring asked_in_;
   EventReporter& reporter_ = EventReporter::GetInstance();
 };
 
@@ -67,8 +71,10 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
   EXPECT_EQ(calls[0].name, "TV_InitSDK");
   EXPECT_EQ(calls[0].Block("config"), config);
   EXPECT_EQ(calls[1].name, "TV_SetCommonParams");
-  EXPECT_EQ(calls[1].Pairs(), (Pairs{"d36=d36-from-b", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
-                                     "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
+  EXPECT_EQ(asked_in_, sdk_);
+  EXPECT_EQ(calls[1].Pairs(),
+            (Pairs{"d36=d36-of-source", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
+                   "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
   EXPECT_EQ(calls[2].name, "TV_GetTavrinDeviceId");
   // Queued events carry no "install_mode"; an empty map is the action alone.
   EXPECT_EQ(calls[3].Pairs(), (Pairs{"action=uninstall_started", "force_kill=false", "silent_oru=true"}));
@@ -113,13 +119,14 @@ TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnc
 }
 
 // A file named tavrin_sdk.dll that is no library, half a library, or one
-// without TV_GetTavrinDeviceId: none is called, and events stay queued.
+// without TV_GetTavrinDeviceId: none is called, nothing stays bound, and
+// events stay queued.
 TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
   const std::string stub = test::ReadFileBytes(test::BinFile(L"tavrin_sdk.dll"));
   ASSERT_GT(stub.size(), 1024u);
   const struct {
     std::string what;
-    std::string content;  // empty: the stand-in without the export
+    std::string content;  // empty: the stand-in without the export, which loads
   } cases[] = {{"garbage", "this is not a library\x01\x02\xff"},
                {"truncated", stub.substr(0, stub.size() / 2)},
                {"no_device_id", ""}};
@@ -129,13 +136,20 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
     TempDir dir;
     const std::wstring trace = test::StageTavrin(dir.path(), test::kTavrinStubNoDeviceId);
     if (!c.content.empty()) dir.WriteFile(L"tavrin_sdk.dll", c.content);
+    const bool loads = c.content.empty();
     LogCapture log;
     reporter.Report(c.what, {});
     EXPECT_FALSE(reporter.Init(dir.path()));
+    EXPECT_FALSE(tavrin::CanReport()) << "no entry point of a freed library stays bound";
     reporter.Report("late", {});
     reporter.Uninit();
-    EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
-    EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), c.content.empty());
+    EXPECT_EQ(log.Has(L"加载 SDK 失败! dll 路径：" + dir.Child(L"tavrin_sdk.dll")), !loads);
+    EXPECT_EQ(log.Has(L"获取 Tavrin SDK 函数指针失败!"), loads);
+    EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), loads);
+    // Only a library that loaded could have been called.
+    if (loads) {
+      EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
+    }
     ASSERT_GE(reporter.PendingEvents().size(), 2u);
     EXPECT_EQ(reporter.PendingEvents().end()[-2].name, c.what);
     EXPECT_EQ(reporter.PendingEvents().back().name, "late");

@@ -8,7 +8,7 @@
 #include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
-#include "workspace/temp_directory_manager.h"
+#include "workspace/component_staging.h"
 
 namespace oru {
 namespace {
@@ -50,7 +50,7 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
     if (c.firstLocked) holder = test::ChildProcess::HoldFile(installed.Child(L"1.0\\" + c.names[0]));
     test::LogCapture log;
 
-    EXPECT_EQ(workspace.CopyTavrinFiles(installed.Child(L"1.0")), c.enough);
+    EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), c.enough);
     for (size_t i = c.firstLocked ? 1 : 0; i < c.names.size(); ++i) {
       EXPECT_EQ(test::ReadFileBytes(staged(c.names[i])), WideToUtf8(c.names[i]));
     }

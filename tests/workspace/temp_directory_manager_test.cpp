@@ -1,3 +1,4 @@
+#include "workspace/component_staging.h"
 #include "workspace/temp_directory_manager.h"
 
 #include <gtest/gtest.h>
@@ -110,7 +111,7 @@ TEST_F(WorkspaceTest, NoPlaceWorkingFailsAndLeavesNothingToStage) {
   EXPECT_FALSE(manager.Initialize(kRequired, false));
   EXPECT_EQ(log.Count(L"GetDiskFreeSpaceEx() 失败，错误码: 21"), 3u);
   EXPECT_TRUE(log.Has(L"[ERROR] 无法创建临时目录，所有策略都失败"));
-  EXPECT_FALSE(manager.CopyTavrinFiles(test::BinDir()));
+  EXPECT_FALSE(CopyTavrinFiles(manager, test::BinDir()));
 }
 
 TEST_F(WorkspaceTest, ASecondInitializeChangesNothingAndAWorkspaceInUseIsLeftAtExit) {

@@ -54,9 +54,9 @@ DWORD WINAPI AnswerLater(void* parameter) {
   auto* request = static_cast<AsyncRequest*>(parameter);
   unsigned char result[kResultSize];
   FillResult(result, request->d36);
-  Trace().Line("callback" + TraceWriter::ThreadArg());
+  Trace().Line("callback");
   request->callback(result);
-  Trace().Line("callback-returned" + TraceWriter::ThreadArg());
+  Trace().Line("callback-returned");
   const std::string eventName = Environment(L"ORU_DORVID_DONE_EVENT");
   if (!eventName.empty()) {
     HANDLE done = ::OpenEventA(EVENT_MODIFY_STATE, FALSE, eventName.c_str());
@@ -78,7 +78,7 @@ __declspec(dllexport) std::int32_t
     a1(const char* appKey, LogCallback log, const char* channel, const char* json, const char* version, bool flag) {
   TraceWriter trace = Trace();
   trace.Line(std::string("call a1 log_callback=") + (log != nullptr ? "set" : "null") +
-             " flag=" + (flag ? "true" : "false") + TraceWriter::ThreadArg());
+             " flag=" + (flag ? "true" : "false"));
   trace.Text("app_key", appKey);
   trace.Text("channel", channel);
   trace.Text("json", json);
@@ -93,7 +93,7 @@ __declspec(dllexport) std::int32_t
 
 __declspec(dllexport) std::int32_t b(const char* appKey, void* buffer, std::int32_t size) {
   TraceWriter trace = Trace();
-  trace.Line("call b size=" + std::to_string(size) + TraceWriter::ThreadArg());
+  trace.Line("call b size=" + std::to_string(size));
   trace.Text("app_key", appKey);
   const std::string d36 = Environment(L"ORU_DORVID_D36");
   if (d36.empty() || buffer == nullptr || size < kResultSize) return 1;
@@ -103,7 +103,7 @@ __declspec(dllexport) std::int32_t b(const char* appKey, void* buffer, std::int3
 
 __declspec(dllexport) std::int32_t c(const char* appKey, ResultCallback callback) {
   TraceWriter trace = Trace();
-  trace.Line(std::string("call c callback=") + (callback != nullptr ? "set" : "null") + TraceWriter::ThreadArg());
+  trace.Line(std::string("call c callback=") + (callback != nullptr ? "set" : "null"));
   trace.Text("app_key", appKey);
   if (callback == nullptr) return 1;
 #ifdef DORVID_STUB_ASYNC

@@ -36,8 +36,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <vector>
 #include <string>
+#include <vector>
+
+#include "common/unique_handle.h"
 
 namespace {
 
@@ -58,12 +60,10 @@ void AppendTrace(const std::wstring& tracePath) {
   ::WideCharToMultiByte(CP_UTF8, 0, commandLine, -1, utf8.data(), bytes, nullptr, nullptr);
   utf8.resize(utf8.size() - 1);  // the terminator
   utf8 += '\n';
-  HANDLE file = ::CreateFileW(tracePath.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
+  const oru::UniqueFile file(::CreateFileW(tracePath.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr));
   DWORD written = 0;
-  ::WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
-  ::CloseHandle(file);
+  if (file) ::WriteFile(file.get(), utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
 }
 
 // What trace_path.txt beside this program names (UTF-8), or empty.
@@ -80,15 +80,14 @@ void ChangeRegistration(const std::wstring& mode) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kRegistrationKey);
     return;
   }
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRegistrationKey, 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS) return;
+  oru::UniqueRegKey key;
+  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRegistrationKey, 0, KEY_SET_VALUE, key.put()) != ERROR_SUCCESS) return;
   if (mode == L"value") {
-    ::RegDeleteValueW(key, kUninstallStringValue);
+    ::RegDeleteValueW(key.get(), kUninstallStringValue);
   } else if (mode == L"empty") {
     const wchar_t empty[] = L"";
-    ::RegSetValueExW(key, kUninstallStringValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(empty), sizeof(empty));
+    ::RegSetValueExW(key.get(), kUninstallStringValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(empty), sizeof(empty));
   }
-  ::RegCloseKey(key);
 }
 
 // Removes every entry of `dir` except those named `keep` and `alsoKeep`.

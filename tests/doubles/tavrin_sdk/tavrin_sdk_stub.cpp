@@ -2,13 +2,13 @@
 // same arguments, each call written to the trace named by ORU_TAVRIN_TRACE.
 // Records are decoded here from their documented byte offsets, independently
 // of the uninstaller's own structures, so a layout mistake shows as a
-// mismatch instead of agreeing with itself. Built with
+// mismatch instead of agreeing with itself; the configuration is passed on
+// as raw bytes. Built with
 // TAVRIN_STUB_NO_DEVICE_ID it lacks TV_GetTavrinDeviceId.
 
 #include <windows.h>
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 #include "trace/trace_writer.h"
@@ -25,12 +25,6 @@ TraceWriter Trace() { return TraceWriter(L"ORU_TAVRIN_TRACE"); }
 
 std::string Field(const unsigned char* base, std::size_t offset, std::size_t size) {
   return "\"" + TraceWriter::Escape(TraceWriter::FieldText(reinterpret_cast<const char*>(base + offset), size)) + "\"";
-}
-
-std::int32_t Int32At(const unsigned char* base, std::size_t offset) {
-  std::int32_t value = 0;
-  std::memcpy(&value, base + offset, sizeof(value));
-  return value;
 }
 
 void TraceRecords(TraceWriter& trace, const void* records, std::uint32_t count) {
@@ -50,24 +44,18 @@ extern "C" {
 
 __declspec(dllexport) int TV_InitSDK(const void* config) {
   TraceWriter trace = Trace();
-  trace.Line("call TV_InitSDK" + TraceWriter::ThreadArg());
+  trace.Line("call TV_InitSDK");
   if (config == nullptr) return -1;
-  const auto* c = static_cast<const unsigned char*>(config);
-  trace.Line("config app_key=" + Field(c, 0, 256) + " int256=" + std::to_string(Int32At(c, 256)) + " os_version=" +
-             Field(c, 260, 128) + " app_version=" + Field(c, 388, 128) + " config_version=" + Field(c, 516, 128) +
-             " int644=" + std::to_string(Int32At(c, 644)) + " data_directory=" + Field(c, 648, 512) +
-             " int1160=" + std::to_string(Int32At(c, 1160)) + " int1164=" + std::to_string(Int32At(c, 1164)));
-  trace.Bytes("config", c, kConfigSize);
+  trace.Bytes("config", config, kConfigSize);
   return 0;
 }
 
-__declspec(dllexport) void TV_UninitSDK() { Trace().Line("call TV_UninitSDK" + TraceWriter::ThreadArg()); }
+__declspec(dllexport) void TV_UninitSDK() { Trace().Line("call TV_UninitSDK"); }
 
 __declspec(dllexport) int TV_Report(const char* eventCode, const void* records, std::uint32_t count,
                                     std::int32_t reserved) {
   TraceWriter trace = Trace();
-  trace.Line("call TV_Report count=" + std::to_string(count) + " reserved=" + std::to_string(reserved) +
-             TraceWriter::ThreadArg());
+  trace.Line("call TV_Report count=" + std::to_string(count) + " reserved=" + std::to_string(reserved));
   trace.Text("code", eventCode);
   TraceRecords(trace, records, count);
   return 0;
@@ -75,14 +63,14 @@ __declspec(dllexport) int TV_Report(const char* eventCode, const void* records, 
 
 __declspec(dllexport) int TV_SetCommonParams(const void* records, std::uint32_t count) {
   TraceWriter trace = Trace();
-  trace.Line("call TV_SetCommonParams count=" + std::to_string(count) + TraceWriter::ThreadArg());
+  trace.Line("call TV_SetCommonParams count=" + std::to_string(count));
   TraceRecords(trace, records, count);
   return 0;
 }
 
 #ifndef TAVRIN_STUB_NO_DEVICE_ID
 __declspec(dllexport) const char* TV_GetTavrinDeviceId() {
-  Trace().Line("call TV_GetTavrinDeviceId" + TraceWriter::ThreadArg());
+  Trace().Line("call TV_GetTavrinDeviceId");
   return "tv-stub-device";
 }
 #endif

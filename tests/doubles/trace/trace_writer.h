@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "common/unique_handle.h"
+
 namespace oru::doubles {
 
 class TraceWriter {
@@ -74,17 +76,14 @@ class TraceWriter {
     Line("text " + std::string(label) + " \"" + Escape(view) + "\"");
   }
 
-  static std::string ThreadArg() { return " thread=" + std::to_string(::GetCurrentThreadId()); }
-
  private:
   void Write(const std::string& data) {
     if (path_.empty()) return;
-    HANDLE file = ::CreateFileW(path_.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
+    const UniqueFile file(::CreateFileW(path_.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return;
     DWORD written = 0;
-    ::WriteFile(file, data.data(), static_cast<DWORD>(data.size()), &written, nullptr);
-    ::CloseHandle(file);
+    ::WriteFile(file.get(), data.data(), static_cast<DWORD>(data.size()), &written, nullptr);
   }
 
   std::wstring path_;
