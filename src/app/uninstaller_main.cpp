@@ -73,7 +73,7 @@ EventParams OptionParams(const UninstallOptions& options) {
 
 // Stages the telemetry libraries and loads them from the workspace. Neither
 // failure stops the uninstall: events then simply stay queued.
-void StartTelemetry(TempDirectoryManager& workspace, const InstallationRecord& installation) {
+void StartTelemetry(const TempDirectoryManager& workspace, const InstallationRecord& installation) {
   bool copied = false;
   if (!installation.install_path.empty() && !installation.pv.empty()) {
     const std::wstring source = installation.install_path + L"\\" + installation.pv;

@@ -1,5 +1,6 @@
 #include "sys/registry.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -35,10 +36,10 @@ constexpr std::array<ResultText, 10> kResultTexts{{
 std::wstring GenericResultText(LSTATUS code) { return L"未知错误，错误码：" + ToWideDecimal(code); }
 
 std::wstring ResultTextFor(LSTATUS code, std::wstring_view ResultText::*column) {
-  for (const auto& row : kResultTexts) {
-    if (row.code == code && !(row.*column).empty()) return std::wstring(row.*column);
-  }
-  return GenericResultText(code);
+  const auto row = std::find_if(kResultTexts.begin(), kResultTexts.end(), [&](const ResultText& candidate) {
+    return candidate.code == code && !(candidate.*column).empty();
+  });
+  return row != kResultTexts.end() ? std::wstring(row->*column) : GenericResultText(code);
 }
 
 }  // namespace

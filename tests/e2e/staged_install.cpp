@@ -74,8 +74,7 @@ void SetValue(const std::wstring& subKey, const std::wstring& name, const std::w
                     static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
 }
 
-StagedInstall::StagedInstall(const StageOptions& options) {
-  productRoot_ = LocalAppData() + L"\\Oru.stravo";
+StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAppData() + L"\\Oru.stravo") {
   installPath = options.installPath.empty() ? productRoot_ + L"\\Application" : options.installPath;
   pv = options.pv;
   versionDir = installPath + L"\\" + pv;

@@ -216,36 +216,5 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
   EXPECT_TRUE(Has(install.FinalLog(), "chrome 卸载失败"));
 }
 
-TEST(EndToEnd, MissingOrIncompleteTelemetryLibraryLeavesEventsQueuedAndTheUninstallGoesOn) {
-  struct Case {
-    const wchar_t* library;
-    const char* line;
-  };
-  for (const Case& c : {Case{L"", "加载 SDK 失败! dll 路径："},
-                        Case{L"tavrin_sdk_no_device_id.dll", "获取 Tavrin SDK 函数指针失败!"}}) {
-    StageOptions options;
-    options.tavrinLibrary = c.library;
-    StagedInstall install(options);
-    ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
-    const std::string log = install.FinalLog();
-    EXPECT_TRUE(Has(log, c.line)) << c.line;
-    EXPECT_TRUE(Has(log, "Failed to initialize Tavrin SDK"));
-    EXPECT_TRUE(Has(log, "卸载成功！"));
-    EXPECT_FALSE(Has(install.TavrinTrace(), "TV_Report"));
-  }
-}
-
-TEST(EndToEnd, TwoRunsInARowAppendTheSecondLogUnderASessionHeader) {
-  StagedInstall install;
-  ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(21, L"keep")));
-  ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, L"remove")));
-  const std::string log = install.FinalLog();
-  EXPECT_EQ(CountOf(log, "\xEF\xBB\xBF"), 1u);
-  EXPECT_EQ(CountOf(log, "=== ORU Setup Log ===\n"), 2u);
-  EXPECT_EQ(CountOf(log, "\n========== New Session: "), 1u);
-  EXPECT_LT(log.find("User cancels Chrome uninstallation!"), log.find("New Session"));
-  EXPECT_GT(log.find("卸载成功！"), log.find("New Session"));
-}
-
 }  // namespace
 }  // namespace oru::test

@@ -55,8 +55,8 @@ bool ChildProcess::DenyOpenByOthers() {
   ACL emptyAcl{};
   if (!::InitializeAcl(&emptyAcl, sizeof(emptyAcl), ACL_REVISION)) return false;
   return ::SetSecurityInfo(process_.get(), SE_KERNEL_OBJECT,
-                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                           &emptyAcl, nullptr) == ERROR_SUCCESS;
+                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr, &emptyAcl,
+                           nullptr) == ERROR_SUCCESS;
 }
 
 std::wstring CopyHelperAs(const std::wstring& target) {

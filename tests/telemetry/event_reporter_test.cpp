@@ -151,7 +151,7 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
       EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
     }
     ASSERT_GE(reporter.PendingEvents().size(), 2u);
-    EXPECT_EQ(reporter.PendingEvents().end()[-2].name, c.what);
+    EXPECT_EQ(reporter.PendingEvents().rbegin()[1].name, c.what);
     EXPECT_EQ(reporter.PendingEvents().back().name, "late");
   }
 }

@@ -41,8 +41,8 @@ std::string TraceCall::Arg(const std::string& key) const {
 }
 
 std::string TraceCall::Block(const std::string& label) const {
-  for (const auto& [name, bytes] : blocks) {
-    if (name == label) return bytes;
+  for (const auto& [blockLabel, bytes] : blocks) {
+    if (blockLabel == label) return bytes;
   }
   return {};
 }
