@@ -7,6 +7,7 @@
 #include <regex>
 #include <string>
 
+#include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -73,6 +74,24 @@ TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItW
   EXPECT_EQ(content.rfind(kBom, 0), 0u);
   // The record names where this run's log really is.
   EXPECT_EQ(recorded[L"OruInstallLogPath"], temp.Child(L"oru_uninstall.log"));
+}
+
+// A run-time log that may be read but not moved (held open without delete
+// sharing) is copied instead, and the copy is what the record names.
+TEST_F(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
+  TempDir temp;
+  TempDir executable;
+  auto& logger = SetupLogger::Instance();
+  logger.InitLog(temp.path(), L"oru_uninstall.log");
+  logger.SetFinalLogPath(executable.path());
+  logger.SetLogPathRecorder([](const wchar_t* name, const std::wstring& path) { recorded[name] = path; });
+  LogInfo(L"copied line");
+  const UniqueFile reader(::CreateFileW(temp.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(reader);
+  CloseLogFile();
+  EXPECT_NE(ReadFileBytes(executable.Child(L"oru_uninstall.log")).find("copied line\n"), std::string::npos);
+  EXPECT_EQ(recorded[L"OruInstallLogPath"], executable.Child(L"oru_uninstall.log"));
 }
 
 TEST_F(LogRelocationTest, ALogWithoutByteOrderMarkIsAppendedWholeAndAMissingOneChangesNothing) {

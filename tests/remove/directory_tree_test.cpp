@@ -19,15 +19,19 @@ using Params = EventParams;
 
 // Paths go into events as UTF-8; the Chinese folder name proves the
 // conversion. The subfolder, already gone, still gets a failed removal line.
+// A read-only file refuses deletion with 5, which counts as in use: it is
+// moved away and counts as done.
 TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound) {
   TempDir dir;
   const std::wstring root = dir.MakeDir(L"root");
   const std::wstring sub = root + L"\\数据";
   const std::wstring inner = dir.WriteFile(L"root\\数据\\inner.txt");
+  ::SetFileAttributesW(inner.c_str(), FILE_ATTRIBUTE_READONLY);
   EventCapture events;
   LogCapture log;
   EXPECT_TRUE(DeleteDirectoryTree(root));
   EXPECT_FALSE(Exists(root));
+  EXPECT_TRUE(log.Has(L"File in use, moving to temp and scheduling for deletion: " + inner));
   EXPECT_TRUE(log.Has(L"Failed to remove directory: " + sub + L", error: 2"));
 
   const std::vector<EventReporter::PendingEvent> expected = {
