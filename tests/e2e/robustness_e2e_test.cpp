@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 
 #include "staged_install.h"
 
@@ -81,22 +80,6 @@ TEST(Robustness, InstallPathsWithShellMetacharactersReachSetupIntact) {
         << install.SetupTrace();
     EXPECT_TRUE(Has(install.FinalLog(), "卸载成功！"));
     EXPECT_TRUE(install.SentinelsIntact());
-  }
-}
-
-TEST(Robustness, RandomCommandLinesThroughTheRealExecutable) {
-  const std::vector<std::wstring> pieces = {
-      L"--force", L"--FORCE", L"--silent-oru", L"--keep-user-data", L"--bogus", L"\"\"", L"'", std::wstring(3000, L'x'),
-      L"%PATH%",  L"卸载",    L"--force=1",    L"--unsilent-chrome"};
-  std::mt19937 random(7);
-  for (int round = 0; round < 6; ++round) {
-    std::wstring args = L"--silent-oru";
-    for (int i = 0, n = static_cast<int>(random() % 6); i < n; ++i) args += L" " + pieces[random() % pieces.size()];
-    SCOPED_TRACE(WideToUtf8(args.substr(0, 200)));
-    StagedInstall install;
-    const RunResult run = install.Run(args, {{L"ORU_SETUP_STUB_REGISTRATION", L"keep"}});
-    EXPECT_EQ(run.exitCode, 0u);
-    EXPECT_TRUE(Has(install.FinalLog(), "Exiting uninstaller, temp directory will be cleaned up..."));
   }
 }
 
