@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-
 #include "staged_install.h"
 
 #include "common/product_keys.h"
