@@ -6,6 +6,7 @@
 #include "common/strings.h"
 #include "support/child_process.h"
 #include "support/log_capture.h"
+#include "support/reboot_list.h"
 #include "support/temp_dir.h"
 
 namespace oru {
@@ -18,11 +19,7 @@ using test::TempDir;
 // Wine carries out and clears the reboot operations on any wineboot, so
 // they are read back at once.
 bool IsPendingDeletion(const std::wstring& path) {
-  std::wstring data(1 << 19, L'\0');
-  DWORD bytes = static_cast<DWORD>(data.size() * sizeof(wchar_t));
-  ::RegGetValueW(HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\Session Manager",
-                 L"PendingFileRenameOperations", RRF_RT_REG_MULTI_SZ, nullptr, data.data(), &bytes);
-  return data.find(L"\\??\\" + path + L'\0') != std::wstring::npos;
+  return test::PendingRenames().find(L"\\??\\" + path + L'\0') != std::wstring::npos;
 }
 
 // Pins the tick and random value, so temporary names are known in advance:
