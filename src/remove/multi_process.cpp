@@ -32,7 +32,7 @@ DeletionCommands DirectoryDeletionCommands(const std::wstring& dir) {
           JoinWide({kPowerShellRemove, Quoted(dir, L"'"), L" -Recurse -Force\""})};
 }
 
-DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const std::wstring& operation) {
+std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation) {
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESHOWWINDOW;
@@ -79,9 +79,9 @@ constexpr ChildMethodTexts kPowerShellTexts{L"Executing PowerShell command: ", L
 // Runs one method; true only when its child exited 0 and the target is gone.
 // A child that claims success while the target remains counts as failed.
 bool TryChildMethod(const ChildMethodTexts& texts, const std::wstring& command, const std::wstring& target,
-                    DWORD timeoutMs, const std::wstring& operation) {
+                    std::uint32_t timeoutMs, const std::wstring& operation) {
   LogInfo(JoinWide({texts.executing, command}));
-  const DWORD exitCode = RunChildProcess(command, timeoutMs, operation);
+  const std::uint32_t exitCode = RunChildProcess(command, timeoutMs, operation);
   if (exitCode == 0) {
     LogInfo(JoinWide({texts.succeeded, operation}));
     if (TargetGone(target)) {
@@ -99,7 +99,7 @@ bool TryChildMethod(const ChildMethodTexts& texts, const std::wstring& command, 
 }  // namespace
 
 bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
-                                   const std::wstring& target, DWORD timeoutMs, const std::wstring& operation) {
+                                   const std::wstring& target, std::uint32_t timeoutMs, const std::wstring& operation) {
   LogInfo(JoinWide({L"Attempting to ", operation, L" using child process: ", target}));
   if (TryChildMethod(kCmdTexts, cmdCommand, target, timeoutMs, operation)) return true;
   LogInfo(JoinWide({L"Trying PowerShell ", operation, L" method"}));

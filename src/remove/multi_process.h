@@ -5,8 +5,7 @@
 // and the target's absence checked after each, since a child's exit code
 // alone proves nothing.
 
-#include <windows.h>
-
+#include <cstdint>
 #include <string>
 
 namespace oru {
@@ -15,11 +14,11 @@ namespace oru {
 inline constexpr wchar_t kDeleteFileOperation[] = L"delete file";
 inline constexpr wchar_t kDeleteDirectoryOperation[] = L"delete directory";
 
-inline constexpr DWORD kDeleteFileTimeoutMs = 5000;
-inline constexpr DWORD kDeleteDirectoryTimeoutMs = 10000;
+inline constexpr std::uint32_t kDeleteFileTimeoutMs = 5000;
+inline constexpr std::uint32_t kDeleteDirectoryTimeoutMs = 10000;
 
 // The child's failure value: it could not be started, or it timed out.
-inline constexpr DWORD kChildFailed = 0xFFFFFFFF;
+inline constexpr std::uint32_t kChildFailed = 0xFFFFFFFF;
 
 // The two command lines tried for one target. The target goes in unescaped:
 // an apostrophe in it breaks the PowerShell command, a double quote both.
@@ -32,12 +31,12 @@ struct DeletionCommands {
 
 // Runs commandLine hidden, waiting at most timeoutMs. Returns its exit code,
 // or kChildFailed when it could not start or had to be terminated (logged).
-DWORD RunChildProcess(const std::wstring& commandLine, DWORD timeoutMs, const std::wstring& operation);
+std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation);
 
 // Tries cmdCommand, then powerShellCommand. True when one of them exited 0
 // and target no longer exists afterwards.
 bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
-                                   const std::wstring& target, DWORD timeoutMs, const std::wstring& operation);
+                                   const std::wstring& target, std::uint32_t timeoutMs, const std::wstring& operation);
 
 // Deletes a file through child processes; on success also removes the
 // folders the deletion left empty. True when the file is verified gone.
