@@ -26,6 +26,14 @@ start_wine_prefix() {
   mkdir -p "$WINEPREFIX"
   wineserver -p >/dev/null 2>&1 </dev/null &
   wine wineboot -i >/dev/null 2>&1 </dev/null
+  # On a loaded machine the first boot has been seen to leave a prefix
+  # without its system files ("could not load kernel32.dll"): boot again.
+  local attempt
+  for attempt in 1 2 3; do
+    [ -f "$WINEPREFIX/drive_c/windows/system32/kernel32.dll" ] && break
+    sleep 1
+    wine wineboot -u >/dev/null 2>&1 </dev/null
+  done
   wine winecfg -v win10 >/dev/null 2>&1 </dev/null
   sandbox_shell_folders
 }
