@@ -47,7 +47,9 @@ void ExpectOrderlyRun(const StagedInstall& install, const RunResult& run) {
 
 TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUninstaller) {
   StagedInstall install;
-  const RunResult run = install.Run(L"", SetupExits(19, L"remove"));
+  Env env = SetupExits(19, L"remove");
+  env[L"ORU_DORVID_D36"] = L"e2e-device";
+  const RunResult run = install.Run(L"", env);
   ExpectOrderlyRun(install, run);
 
   const std::string log = install.FinalLog();
@@ -66,6 +68,8 @@ TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUn
                        L"--log-file=\"" +
                        install.installPath + L"\\uninstall\\chrome_uninstall.log\" --delete-profile\n"));
   const std::string telemetry = install.TavrinTrace();
+  // The device identifier reaches the telemetry's common parameters.
+  EXPECT_TRUE(Has(telemetry, "key=\"d36\" value=\"e2e-device\"")) << telemetry.substr(0, 2000);
   for (const char* event : {"uninstall_started", "uninstall_tavrin_initialized", "uninstall_begin",
                             "uninstall_registry_done", "uninstall_completed"}) {
     EXPECT_TRUE(Has(telemetry, event)) << event;
