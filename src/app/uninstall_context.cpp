@@ -3,23 +3,20 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "common/strings.h"
 #include "log/setup_logger.h"
 
 namespace oru {
-namespace {
-
-const wchar_t* Digit(bool value) { return value ? L"1" : L"0"; }
-
-}  // namespace
+namespace {}  // namespace
 
 UninstallContext::UninstallContext(bool force, bool silent_chrome, bool keep_user_data, bool silent_oru)
     : force(force), silent_chrome(silent_chrome), keep_user_data(keep_user_data), silent_oru(silent_oru) {
   std::srand(static_cast<unsigned>(std::time(nullptr)));
   // The second and fourth lines say whether a window is shown, hence the negation.
-  LogInfo(std::wstring(L"是否自动关闭 oru: ") + Digit(force));
-  LogInfo(std::wstring(L"Chrome 卸载器是否弹窗: ") + Digit(!silent_chrome));
-  LogInfo(std::wstring(L"是否保留用户数据: ") + Digit(keep_user_data));
-  LogInfo(std::wstring(L"Oru 卸载器是否弹窗: ") + Digit(!silent_oru));
+  LogInfo(std::wstring(L"是否自动关闭 oru: ") + DigitText(force));
+  LogInfo(std::wstring(L"Chrome 卸载器是否弹窗: ") + DigitText(!silent_chrome));
+  LogInfo(std::wstring(L"是否保留用户数据: ") + DigitText(keep_user_data));
+  LogInfo(std::wstring(L"Oru 卸载器是否弹窗: ") + DigitText(!silent_oru));
 }
 
 }  // namespace oru

@@ -34,6 +34,9 @@ template <std::integral T>
 
 // "true" / "false", the boolean texts of event parameters.
 [[nodiscard]] inline const char* BoolText(bool value) { return value ? "true" : "false"; }
+// What joins a log line to the Win32 error code that follows it.
+inline constexpr std::wstring_view kErrorSuffix = L", error: ";
+
 // "1" / "0", the boolean texts of log lines.
 [[nodiscard]] inline const wchar_t* DigitText(bool value) { return value ? L"1" : L"0"; }
 

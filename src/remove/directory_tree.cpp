@@ -14,7 +14,6 @@ namespace oru {
 namespace {
 
 constexpr std::wstring_view kFailedRemoveDirectory = L"Failed to remove directory: ";
-constexpr std::wstring_view kErrorSuffix = L", error: ";
 
 constexpr char kDirDone[] = "uninstall_delete_dir_done";
 constexpr char kDirFail[] = "uninstall_delete_dir_fail";

@@ -11,7 +11,6 @@ namespace oru {
 namespace {
 
 constexpr std::wstring_view kArrow = L" -> ";
-constexpr std::wstring_view kErrorSuffix = L", error: ";
 // The system's own temporary names take only its first three characters.
 constexpr wchar_t kTempPrefix[] = L"oru_del_";
 constexpr std::wstring_view kLogMarker = L".log";

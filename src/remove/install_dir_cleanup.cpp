@@ -17,8 +17,6 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kErrorSuffix = L", error: ";
-
 // One level as listed; nothing when the listing cannot start.
 std::optional<std::vector<ListedEntry>> ListLevel(const std::wstring& path) {
   std::vector<ListedEntry> entries;

@@ -10,8 +10,6 @@ namespace {
 
 constexpr std::wstring_view kPowerShellRemove = L"powershell.exe -Command \"Remove-Item -Path ";
 
-constexpr std::wstring_view kErrorSuffix = L", error: ";
-
 constexpr UINT kTerminatedExitCode = 1;
 
 std::wstring Quoted(const std::wstring& text, std::wstring_view quote) { return JoinWide({quote, text, quote}); }

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "common/directory_entries.h"
+#include "common/links.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "workspace/temp_directory_manager.h"
@@ -70,10 +71,9 @@ void TempDirectoryManager::CleanupStaleDirectories() {
 
   if (exeDir[0] != L'\0') {
     const std::wstring besideExecutable = JoinWide({exeDir, L"\\.OruSetupTemp"});
-    const DWORD attributes = ::GetFileAttributesW(besideExecutable.c_str());
-    if (IsLink(attributes)) {
+    if (IsLink(besideExecutable)) {
       LogInfo(kStaleLinkLeftAlone + besideExecutable);
-    } else if (IsDirectory(attributes)) {
+    } else if (IsDirectory(::GetFileAttributesW(besideExecutable.c_str()))) {
       RemoveStaleDirectory(besideExecutable, L".OruSetupTemp", count, freedBytes);
     }
   }

@@ -6,6 +6,7 @@
 
 #include <string_view>
 
+#include "common/links.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "workspace/workspace_support.h"
@@ -151,7 +152,7 @@ bool TempDirectoryManager::TryCreateInLocalAppData() {
   }
   // Unlike the other places, an existing directory here is kept as it is -
   // but never a link, which would put the workspace wherever it points.
-  if (IsLink(::GetFileAttributesW(tempDir)) || !CreateDirectoryTree(tempDir)) {
+  if (IsLink(tempDir) || !CreateDirectoryTree(tempDir)) {
     LogInfo(kDirectoryCreateFailed);
     return false;
   }

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "common/directory_entries.h"
+#include "common/links.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
@@ -84,7 +85,7 @@ bool TempDirectoryManager::CreateHiddenDirectory(const std::wstring& path) {
   }
   // A link that would not go stays a link: using it would put the workspace
   // wherever it points.
-  if (IsLink(::GetFileAttributesW(path.c_str()))) {
+  if (IsLink(path)) {
     LogInfo(kDeleteLinkOnly + path);
     return false;
   }
@@ -141,7 +142,7 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   }
   LogInfo(L"      [DeleteDirectoryRecursive] 删除: " + path);
   // Listing through a link would delete what it points to.
-  if (IsLink(::GetFileAttributesW(path.c_str()))) return RemoveLink(path);
+  if (IsLink(path)) return RemoveLink(path);
 
   unsigned files = 0;
   unsigned directories = 0;
@@ -179,7 +180,7 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
 }
 
 std::uint64_t TempDirectoryManager::GetDirectorySize(const std::wstring& path) {
-  if (IsLink(::GetFileAttributesW(path.c_str()))) return 0;
+  if (IsLink(path)) return 0;
   std::uint64_t total = 0;
   ForEachEntry(path, [&](const DirectoryEntry& entry) {
     if (entry.IsLink()) return true;

@@ -19,9 +19,8 @@ bool FormatPath(wchar_t (&out)[kPathCapacity], const wchar_t* format, ...);
 // Whole mebibytes, as the workspace's log lines count them.
 [[nodiscard]] std::wstring Mebibytes(std::uint64_t bytes);
 
-// Attributes as GetFileAttributesW or a listing gives them; an invalid value
-// is neither.
+// Attributes as GetFileAttributesW gives them; an invalid value is no
+// directory.
 [[nodiscard]] bool IsDirectory(std::uint32_t attributes);
-[[nodiscard]] bool IsLink(std::uint32_t attributes);
 
 }  // namespace oru::workspace_support

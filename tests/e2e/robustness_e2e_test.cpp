@@ -13,8 +13,6 @@
 namespace oru::test {
 namespace {
 
-bool Has(const std::string& text, const std::string& fragment) { return text.find(fragment) != std::string::npos; }
-
 void SetRaw(const wchar_t* name, DWORD type, const void* data, DWORD size) {
   ::RegSetKeyValueW(HKEY_CURRENT_USER, kProductKey, name, type, data, size);
 }

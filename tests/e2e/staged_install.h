@@ -17,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/directory_link.h"
@@ -93,6 +94,10 @@ class StagedInstall {
 
 // Registry helpers for HKCU.
 [[nodiscard]] bool KeyExists(const std::wstring& subKey);
+// True when a log (UTF-8) holds `fragment`.
+[[nodiscard]] inline bool Has(std::string_view text, std::string_view fragment) {
+  return text.find(fragment) != std::string_view::npos;
+}
 [[nodiscard]] std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name);
 void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value);
 

@@ -17,10 +17,6 @@
 namespace oru::test {
 namespace {
 
-bool Has(const std::string& text, const std::wstring& fragment) {
-  return text.find(WideToUtf8(fragment)) != std::string::npos;
-}
-
 // setup.exe held open by another process makes the browser uninstaller fail
 // to start (code 20), and the clean-up that follows finds it in use.
 TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) {
@@ -56,7 +52,7 @@ TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) 
         L"All deletion methods failed for setup.exe: " + setup,
         std::wstring(L"Skipping version directory deletion because setup.exe deletion failed"),
         std::wstring(L"❌ 不需要自毁卸载！安装目录下还有其他文件或文件夹")}) {
-    EXPECT_TRUE(Has(log, line)) << WideToUtf8(line);
+    EXPECT_TRUE(Has(log, WideToUtf8(line))) << WideToUtf8(line);
   }
 }
 

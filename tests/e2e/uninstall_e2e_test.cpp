@@ -26,8 +26,6 @@ Env SetupExits(unsigned code, const wchar_t* registration) {
   return {{L"ORU_SETUP_STUB_EXIT_CODE", std::to_wstring(code)}, {L"ORU_SETUP_STUB_REGISTRATION", registration}};
 }
 
-bool Has(const std::string& text, const std::string& fragment) { return text.find(fragment) != std::string::npos; }
-
 size_t CountOf(const std::string& text, const std::string& fragment) {
   size_t count = 0;
   for (size_t at = text.find(fragment); at != std::string::npos; at = text.find(fragment, at + 1)) ++count;
