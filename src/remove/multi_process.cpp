@@ -18,7 +18,12 @@ std::wstring Quoted(const std::wstring& text, std::wstring_view quote) { return 
 // "gone": that is the whole of the verification.
 bool TargetGone(const std::wstring& target) { return ::GetFileAttributesW(target.c_str()) == INVALID_FILE_ATTRIBUTES; }
 
-}  // namespace
+// The two command lines tried for one target. The target goes in unescaped:
+// an apostrophe in it breaks the PowerShell command, a double quote both.
+struct DeletionCommands {
+  std::wstring cmd;
+  std::wstring powerShell;
+};
 
 DeletionCommands FileDeletionCommands(const std::wstring& path) {
   return {JoinWide({L"cmd.exe /C del /F /Q ", Quoted(path, L"\"")}),
@@ -29,6 +34,8 @@ DeletionCommands DirectoryDeletionCommands(const std::wstring& dir) {
   return {JoinWide({L"cmd.exe /C rmdir /S /Q ", Quoted(dir, L"\"")}),
           JoinWide({kPowerShellRemove, Quoted(dir, L"'"), L" -Recurse -Force\""})};
 }
+
+}  // namespace
 
 std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation) {
   STARTUPINFOW startup{};

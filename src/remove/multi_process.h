@@ -20,15 +20,6 @@ inline constexpr std::uint32_t kDeleteDirectoryTimeoutMs = 10000;
 // The child's failure value: it could not be started, or it timed out.
 inline constexpr std::uint32_t kChildFailed = 0xFFFFFFFF;
 
-// The two command lines tried for one target. The target goes in unescaped:
-// an apostrophe in it breaks the PowerShell command, a double quote both.
-struct DeletionCommands {
-  std::wstring cmd;
-  std::wstring powerShell;
-};
-[[nodiscard]] DeletionCommands FileDeletionCommands(const std::wstring& path);
-[[nodiscard]] DeletionCommands DirectoryDeletionCommands(const std::wstring& dir);
-
 // Runs commandLine hidden, waiting at most timeoutMs. Returns its exit code,
 // or kChildFailed when it could not start or had to be terminated (logged).
 std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation);

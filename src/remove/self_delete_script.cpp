@@ -63,16 +63,12 @@ bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
   return std::fclose(file.release()) == 0;
 }
 
-SelfDeleteLaunch SelfDeleteScriptLaunch(const std::wstring& dir) {
-  return {kOpenVerb, SelfDeleteScriptPath(dir), JoinWide({L"\"", dir, L"\""}), SW_HIDE};
-}
-
 void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
   LogInfo(JoinWide({kLogPrefix, dir}));
   if (!WriteSelfDeleteScript(SelfDeleteScriptPath(dir))) return;
-  const SelfDeleteLaunch launch = SelfDeleteScriptLaunch(dir);
   // Nothing waits for the script: it must outlive this process.
-  ::ShellExecuteW(nullptr, launch.verb.c_str(), launch.file.c_str(), launch.parameters.c_str(), nullptr, launch.show);
+  ::ShellExecuteW(nullptr, kOpenVerb, SelfDeleteScriptPath(dir).c_str(), JoinWide({L"\"", dir, L"\""}).c_str(), nullptr,
+                  SW_HIDE);
 }
 
 }  // namespace oru

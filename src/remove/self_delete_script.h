@@ -21,16 +21,7 @@ void CreateAndRunSelfDeleteDirScript(const std::wstring& dir);
 [[nodiscard]] std::wstring SelfDeleteScriptPath(const std::wstring& dir);
 
 // Writes the script to scriptPath as UTF-8 with a byte-order mark and CR LF
-// line ends. False when the file cannot be opened.
+// line ends. False when the file cannot be opened or a line not written.
 bool WriteSelfDeleteScript(const std::wstring& scriptPath);
-
-// How the script is started: everything ShellExecuteW is given.
-struct SelfDeleteLaunch {
-  std::wstring verb;
-  std::wstring file;
-  std::wstring parameters;
-  int show = 0;
-};
-[[nodiscard]] SelfDeleteLaunch SelfDeleteScriptLaunch(const std::wstring& dir);
 
 }  // namespace oru

@@ -17,29 +17,14 @@ TEST(PathRules, OnlyAbsoluteLocalPathsWithPlainSegmentsPass) {
        {L"C:\\a", L"c:\\Users\\me\\AppData\\Local\\Oru.stravo\\Application", L"D:\\x y\\1.0 (2)\\%TEMP%"}) {
     EXPECT_TRUE(AbsoluteLocalPathRefusal(path).empty()) << path;
   }
-  for (const wchar_t* path : {L"",
-                              L".",
-                              L"..",
-                              L"Oru.stravo\\Application",
-                              L"..\\x",
-                              L"\\Users\\me",
-                              L"C:",
-                              L"C:relative",
-                              L"1:\\a",
-                              L"C:\\a\\..\\b",
-                              L"C:\\a\\.\\b",
-                              L"C:\\a\\\\b",
-                              L"C:\\a\\..",
-                              L"C:\\Documents.",
-                              L"C:\\Documents ",
-                              L"C:\\a:stream",
-                              L"C:\\a\\*",
-                              L"C:\\a\\b?",
-                              L"\\\\?\\C:\\a",
-                              L"\\\\.\\C:\\a",
-                              L"\\\\server\\share\\a"}) {
-    EXPECT_FALSE(AbsoluteLocalPathRefusal(path).empty()) << path;
-  }
+  const auto refused = [](std::initializer_list<const wchar_t*> paths) {
+    for (const wchar_t* path : paths) EXPECT_FALSE(AbsoluteLocalPathRefusal(path).empty()) << path;
+  };
+  // Relative or without a drive; with dot, empty or altered segments; device and network paths.
+  refused({L"", L".", L"..", L"..\\x", L"\\Users\\me", L"C:", L"C:relative", L"1:\\a", L"Oru.stravo\\Application"});
+  refused({L"C:\\a\\..\\b", L"C:\\a\\.\\b", L"C:\\a\\\\b", L"C:\\a\\..", L"C:\\Documents.", L"C:\\Documents ",
+           L"C:\\a:stream", L"C:\\a\\*", L"C:\\a\\b?"});
+  refused({L"\\\\?\\C:\\a", L"\\\\.\\C:\\a", L"\\\\server\\share\\a"});
 }
 
 TEST(PathRules, PlainFolderNames) {

@@ -1,15 +1,12 @@
 #include "staged_install.h"
 
-#include <shlobj.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "common/product_keys.h"
 #include "common/strings.h"
+#include "common/unique_handle.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
@@ -18,17 +15,6 @@ namespace {
 
 constexpr wchar_t kUnrelatedKey[] = L"SOFTWARE\\Kelvane\\other.product";
 constexpr char kSentinelText[] = "not the product's: must survive\n";
-
-std::wstring LocalAppData() {
-  wchar_t path[MAX_PATH] = {};
-  ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path);
-  return path;
-}
-
-void WriteText(const std::wstring& path, const std::string& text) {
-  fs::create_directories(fs::path(path).parent_path());
-  std::ofstream(fs::path(path), std::ios::binary) << text;
-}
 
 void Copy(const std::wstring& from, const std::wstring& to) {
   fs::create_directories(fs::path(to).parent_path());
@@ -53,20 +39,16 @@ void DeleteProductKeys() {
 }  // namespace
 
 bool KeyExists(const std::wstring& subKey) {
-  HKEY key = nullptr;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, subKey.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
-  ::RegCloseKey(key);
-  return true;
+  UniqueRegKey key;
+  return ::RegOpenKeyExW(HKEY_CURRENT_USER, subKey.c_str(), 0, KEY_READ, key.put()) == ERROR_SUCCESS;
 }
 
 std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name) {
   wchar_t buffer[2048] = {};
   DWORD size = sizeof(buffer) - sizeof(wchar_t);
-  if (::RegGetValueW(HKEY_CURRENT_USER, subKey.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND, nullptr, buffer,
-                     &size) != ERROR_SUCCESS) {
-    return {};
-  }
-  return buffer;
+  const LSTATUS status = ::RegGetValueW(HKEY_CURRENT_USER, subKey.c_str(), name.c_str(), RRF_RT_ANY | RRF_NOEXPAND,
+                                        nullptr, buffer, &size);
+  return status == ERROR_SUCCESS ? buffer : L"";
 }
 
 void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value) {
@@ -76,7 +58,7 @@ void SetValue(const std::wstring& subKey, const std::wstring& name, const std::w
 
 StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAppData() + L"\\Oru.stravo") {
   installPath = options.installPath.empty() ? productRoot_ + L"\\Application" : options.installPath;
-  pv = options.pv;
+  pv = L"1.4.2.7";
   versionDir = installPath + L"\\" + pv;
   setupExe = versionDir + L"\\Installer\\setup.exe";
   uninstallDir = installPath + L"\\uninstall";
@@ -84,7 +66,6 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
   currentDir = uninstallDir;
   setupTrace_ = traces_.Child(L"setup_trace.txt");
   tavrinTrace_ = traces_.Child(L"tavrin_trace.txt");
-  dorvidTrace_ = traces_.Child(L"dorvid_trace.txt");
   foreignTrace_ = traces_.Child(L"foreign_setup_trace.txt");
 
   RemoveTree(installPath);
@@ -93,27 +74,23 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
   Copy(UninstallerToStage(), exe);
   if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
   if (!options.leftoversOnly) {
-    if (!options.tavrinLibrary.empty()) Copy(BinFile(options.tavrinLibrary), versionDir + L"\\tavrin_sdk.dll");
-    if (options.dorvidLibrary) Copy(BinFile(L"dorvid.dll"), versionDir + L"\\dorvid.dll");
+    Copy(BinFile(L"tavrin_sdk.dll"), versionDir + L"\\tavrin_sdk.dll");
+    Copy(BinFile(L"dorvid.dll"), versionDir + L"\\dorvid.dll");
     for (const wchar_t* companion : {L"crellix_logger.dll", L"vantor.dll", L"client_extension.dll"}) {
-      WriteText(versionDir + L"\\" + companion, "companion library stand-in\n");
+      WriteFileAt(versionDir + L"\\" + companion, "companion library stand-in\n");
     }
-    WriteText(versionDir + L"\\resources\\locale\\zh-CN.pak", "browser component file\n");
+    WriteFileAt(versionDir + L"\\resources\\locale\\zh-CN.pak", "browser component file\n");
   }
-  wchar_t temp[MAX_PATH] = {};
-  ::GetTempPathW(MAX_PATH, temp);
   const fs::path parent = fs::path(installPath).parent_path();
   for (const auto& sentinel :
        {parent.wstring() + L"\\sentinel_beside.txt", parent.parent_path().wstring() + L"\\sentinel_above.txt",
-        std::wstring(temp) + L"oru_sentinel.txt", productRoot_ + L"\\User Data\\Default\\Preferences"}) {
+        TempFolder() + L"\\oru_sentinel.txt", productRoot_ + L"\\User Data\\Default\\Preferences"}) {
     AddSentinel(sentinel);
   }
   PlantForeignProduct(LocalAppData() + L"\\Other Vendor\\App");
 
-  if (options.registryValues) {
-    SetValue(kProductKey, L"OruInstallPath", installPath);
-    SetValue(kProductKey, L"pv", pv);
-  }
+  SetValue(kProductKey, L"OruInstallPath", installPath);
+  SetValue(kProductKey, L"pv", pv);
   SetValue(kUninstallRegistrationKey, L"UninstallString", L"\"" + exe + L"\"");
   SetValue(kProductClassesKey, L"URL Protocol", L"");
   SetValue(kMakerProductKey, L"channel", L"default");
@@ -135,7 +112,7 @@ void StagedInstall::Plant(const std::wstring& path) {
 
 void StagedInstall::AddSentinel(const std::wstring& path) {
   Plant(path);
-  WriteText(path, kSentinelText);
+  WriteFileAt(path, kSentinelText);
   sentinels_[path] = kSentinelText;
 }
 
@@ -144,7 +121,7 @@ void StagedInstall::PlantForeignProduct(const std::wstring& dir) {
   const std::wstring installer = dir + L"\\Installer";
   Plant(installer);
   Copy(BinFile(L"setup_stub.exe"), installer + L"\\setup.exe");
-  WriteText(installer + L"\\trace_path.txt", WideToUtf8(foreignTrace_));
+  WriteFileAt(installer + L"\\trace_path.txt", WideToUtf8(foreignTrace_));
   for (const auto& file : {installer + L"\\setup.exe", installer + L"\\trace_path.txt"}) {
     sentinels_[file] = ReadFileBytes(file);
   }
@@ -155,43 +132,30 @@ bool StagedInstall::Link(const std::wstring& link, const std::wstring& target) {
   return links_.back()->Made();
 }
 
-RunResult StagedInstall::Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env,
-                             const std::function<void()>& whileRunning) {
-  std::map<std::wstring, std::wstring> all{
-      {L"ORU_SETUP_STUB_TRACE", setupTrace_}, {L"ORU_TAVRIN_TRACE", tavrinTrace_}, {L"ORU_DORVID_TRACE", dorvidTrace_}};
+DWORD StagedInstall::Run(const std::wstring& args, const Env& env, const std::function<void()>& whileRunning) {
+  Env all{{L"ORU_SETUP_STUB_TRACE", setupTrace_}, {L"ORU_TAVRIN_TRACE", tavrinTrace_}};
   for (const auto& [name, value] : env) all[name] = value;
   for (const auto& [name, value] : all) ::SetEnvironmentVariableW(name.c_str(), value.c_str());
 
-  RunResult result;
+  DWORD exitCode = 0xFFFFFFFF;
   std::wstring commandLine = L"\"" + exe + L"\" " + args;
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info{};
-  const DWORD start = ::GetTickCount();
   if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, currentDir.c_str(), &startup,
                        &info)) {
+    const UniqueHandle process(info.hProcess), thread(info.hThread);
     if (whileRunning) whileRunning();
     ::WaitForSingleObject(info.hProcess, 90000);
-    ::GetExitCodeProcess(info.hProcess, &result.exitCode);
-    ::CloseHandle(info.hThread);
-    ::CloseHandle(info.hProcess);
+    ::GetExitCodeProcess(info.hProcess, &exitCode);
   }
-  result.elapsedMs = ::GetTickCount() - start;
   for (const auto& entry : all) ::SetEnvironmentVariableW(entry.first.c_str(), nullptr);
-  return result;
+  return exitCode;
 }
 
 std::wstring StagedInstall::FinalLogPath() const { return ReadValue(kProductKey, L"OruInstallLogPath"); }
 
-std::string StagedInstall::FinalLog() const {
-  const std::wstring path = FinalLogPath();
-  return path.empty() ? std::string() : ReadFileBytes(path);
-}
-
-std::string StagedInstall::ReadFileBytes(const std::wstring& path) {
-  std::ifstream in(fs::path(path), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+std::string StagedInstall::FinalLog() const { return ReadFileBytes(FinalLogPath()); }
 
 bool StagedInstall::SentinelsIntact() const {
   bool intact = ReadValue(kUnrelatedKey, L"keep") == L"this key is not the product's";

@@ -21,24 +21,19 @@
 #include <vector>
 
 #include "support/directory_link.h"
+#include "support/log_capture.h"
 #include "support/temp_dir.h"
 
 namespace oru::test {
 
+// Environment variables for a run, read by the stand-ins.
+using Env = std::map<std::wstring, std::wstring>;
+
 struct StageOptions {
   std::wstring installPath;  // empty: %LOCALAPPDATA%\Oru.stravo\Application
-  std::wstring pv = L"1.4.2.7";
-  bool setupExe = true;                            // the stand-in setup.exe
-  std::wstring tavrinLibrary = L"tavrin_sdk.dll";  // stand-in to stage as tavrin_sdk.dll; empty: none
-  bool dorvidLibrary = true;
-  bool registryValues = true;  // OruInstallPath and pv
+  bool setupExe = true;      // the stand-in setup.exe
   // Only what a failed browser uninstall leaves: uninstall\ and <pv>\Installer\setup.exe.
   bool leftoversOnly = false;
-};
-
-struct RunResult {
-  DWORD exitCode = 0xFFFFFFFF;
-  DWORD elapsedMs = 0;
 };
 
 class StagedInstall {
@@ -50,8 +45,8 @@ class StagedInstall {
 
   // Runs `exe` in `currentDir` with `args`; the stand-ins read `env`.
   // `whileRunning` is called once the process has started, before the wait.
-  RunResult Run(const std::wstring& args, const std::map<std::wstring, std::wstring>& env = {},
-                const std::function<void()>& whileRunning = {});
+  // Returns the exit code; 0xFFFFFFFF when it could not be started.
+  DWORD Run(const std::wstring& args, const Env& env = {}, const std::function<void()>& whileRunning = {});
 
   // The log the run left: the file that OruInstallLogPath names, read whole.
   [[nodiscard]] std::string FinalLog() const;
@@ -59,7 +54,6 @@ class StagedInstall {
 
   [[nodiscard]] std::string SetupTrace() const { return ReadFileBytes(setupTrace_); }
   [[nodiscard]] std::string TavrinTrace() const { return ReadFileBytes(tavrinTrace_); }
-  [[nodiscard]] std::string DorvidTrace() const { return ReadFileBytes(dorvidTrace_); }
 
   // True when every sentinel is byte-identical and the unrelated registry key untouched.
   [[nodiscard]] bool SentinelsIntact() const;
@@ -80,13 +74,12 @@ class StagedInstall {
   std::wstring installPath, pv, versionDir, setupExe, uninstallDir, exe, currentDir;
 
  private:
-  static std::string ReadFileBytes(const std::wstring& path);
   // Records the outermost folder of path that does not exist yet, for removal.
   void Plant(const std::wstring& path);
 
   std::wstring productRoot_;
   TempDir traces_;
-  std::wstring setupTrace_, tavrinTrace_, dorvidTrace_, foreignTrace_;
+  std::wstring setupTrace_, tavrinTrace_, foreignTrace_;
   std::map<std::wstring, std::string> sentinels_;
   std::vector<std::wstring> planted_;
   std::vector<std::unique_ptr<DirectoryLink>> links_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <functional>
 #include <map>
 #include <regex>
 #include <string>
@@ -29,13 +30,16 @@ constexpr char kLine[] = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
 std::map<std::wstring, std::wstring> recorded;
 
 // One run of the uninstaller's log: opened in `runDirectory`, one line
-// written, closed and relocated to `finalDirectory`.
-void RunLog(const std::wstring& runDirectory, const std::wstring& finalDirectory, const std::wstring& line) {
+// written, `beforeClose` called, closed and relocated to `finalDirectory`.
+void RunLog(
+    const std::wstring& runDirectory, const std::wstring& finalDirectory, const std::wstring& line,
+    const std::function<void()>& beforeClose = [] {}) {
   auto& logger = SetupLogger::Instance();
   logger.InitLog(runDirectory, L"oru_uninstall.log");
   logger.SetFinalLogPath(finalDirectory);
   logger.SetLogPathRecorder([](const wchar_t* name, const std::wstring& path) { recorded[name] = path; });
   LogInfo(line);
+  beforeClose();
   CloseLogFile();
 }
 
@@ -60,6 +64,9 @@ TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
 
   // The log's name holds "install" (in "uninstall"), hence the install value.
   EXPECT_EQ(recorded, (std::map<std::wstring, std::wstring>{{L"OruInstallLogPath", finalLog}}));
+  // With the run-time log gone there is nothing to append, and nothing changes.
+  EXPECT_FALSE(AppendLogToExisting(temp.Child(L"oru_uninstall.log"), finalLog));
+  EXPECT_EQ(ReadFileBytes(finalLog), content);
 }
 
 TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
@@ -81,37 +88,14 @@ TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItW
 TEST_F(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
   TempDir temp;
   TempDir executable;
-  auto& logger = SetupLogger::Instance();
-  logger.InitLog(temp.path(), L"oru_uninstall.log");
-  logger.SetFinalLogPath(executable.path());
-  logger.SetLogPathRecorder([](const wchar_t* name, const std::wstring& path) { recorded[name] = path; });
-  LogInfo(L"copied line");
-  const UniqueFile reader(::CreateFileW(temp.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+  UniqueFile reader;
+  RunLog(temp.path(), executable.path(), L"copied line", [&] {
+    reader.reset(::CreateFileW(temp.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+  });
   ASSERT_TRUE(reader);
-  CloseLogFile();
   EXPECT_NE(ReadFileBytes(executable.Child(L"oru_uninstall.log")).find("copied line\n"), std::string::npos);
   EXPECT_EQ(recorded[L"OruInstallLogPath"], executable.Child(L"oru_uninstall.log"));
-}
-
-TEST_F(LogRelocationTest, ALogWithoutByteOrderMarkIsAppendedWholeAndAMissingOneChangesNothing) {
-  TempDir dir;
-  const std::wstring source = dir.WriteFile(L"run.log", "plain text\nsecond\n");
-  const std::wstring target = dir.WriteFile(L"final.log", std::string(kBom) + "earlier\n");
-
-  EXPECT_TRUE(AppendLogToExisting(source, target));
-  const std::string expected = std::string(kBom) + "earlier\n" + kSessionHeader + "plain text\nsecond\n";
-  const std::string appended = ReadFileBytes(target);
-  EXPECT_TRUE(std::regex_match(appended, std::regex(expected))) << appended;
-  EXPECT_FALSE(Exists(source));
-  EXPECT_FALSE(AppendLogToExisting(source, target));
-  EXPECT_EQ(ReadFileBytes(target), appended);
-}
-
-TEST(LogPathValueName, FollowsTheInstallSubstringRule) {
-  EXPECT_STREQ(LogPathValueName(L"oru_install.log"), L"OruInstallLogPath");
-  EXPECT_STREQ(LogPathValueName(L"oru_setup.log"), L"OruUninstallLogPath");
-  EXPECT_STREQ(LogPathValueName(L"INSTALL.log"), L"OruUninstallLogPath") << "case-sensitive";
 }
 
 }  // namespace

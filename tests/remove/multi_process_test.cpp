@@ -17,17 +17,6 @@ using test::TempDir;
 
 std::wstring Quoted(const std::wstring& path) { return L"\"" + path + L"\""; }
 
-// The target goes in as it is: an apostrophe ends PowerShell's quoted path
-// early, while cmd's double quotes are unaffected.
-TEST(DeletionCommands, TargetIsInsertedUnescaped) {
-  const DeletionCommands file = FileDeletionCommands(L"C:\\O'Brien\\x.txt");
-  EXPECT_EQ(file.cmd, L"cmd.exe /C del /F /Q \"C:\\O'Brien\\x.txt\"");
-  EXPECT_EQ(file.powerShell, L"powershell.exe -Command \"Remove-Item -Path 'C:\\O'Brien\\x.txt' -Force\"");
-  const DeletionCommands dir = DirectoryDeletionCommands(L"C:\\d");
-  EXPECT_EQ(dir.cmd, L"cmd.exe /C rmdir /S /Q \"C:\\d\"");
-  EXPECT_EQ(dir.powerShell, L"powershell.exe -Command \"Remove-Item -Path 'C:\\d' -Recurse -Force\"");
-}
-
 // The real cmd.exe, on a path with an apostrophe that cmd copes with; the
 // folder the file deletion emptied goes too, and the climb stops at ours.
 TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {

@@ -10,12 +10,12 @@ namespace oru::test {
 
 ChildProcess::~ChildProcess() { Kill(); }
 
-ChildProcess ChildProcess::StartHelper(const std::wstring& exe, const std::wstring& args, bool waitReady) {
+ChildProcess ChildProcess::Start(const std::wstring& exe, const std::wstring& args) {
   static std::atomic<unsigned> counter{0};
   const std::wstring eventName =
       L"oru_test_ready_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++);
   UniqueHandle ready(::CreateEventW(nullptr, TRUE, FALSE, eventName.c_str()));
-  std::wstring commandLine = L"\"" + exe + L"\" " + args + (waitReady ? L" " + eventName : L"");
+  std::wstring commandLine = L"\"" + exe + L"\" " + args + L" " + eventName;
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info{};
@@ -25,19 +25,16 @@ ChildProcess ChildProcess::StartHelper(const std::wstring& exe, const std::wstri
   }
   ::CloseHandle(info.hThread);
   child.process_.reset(info.hProcess);
-  child.pid_ = info.dwProcessId;
-  if (waitReady) {
-    HANDLE handles[] = {ready.get(), info.hProcess};
-    if (::WaitForMultipleObjects(2, handles, FALSE, 10000) != WAIT_OBJECT_0) child.Kill();
-  }
+  HANDLE handles[] = {ready.get(), info.hProcess};
+  if (::WaitForMultipleObjects(2, handles, FALSE, 10000) != WAIT_OBJECT_0) child.Kill();
   return child;
 }
 
 ChildProcess ChildProcess::HoldFile(const std::wstring& file) {
-  return StartHelper(BinFile(L"helper_proc.exe"), L"hold \"" + file + L"\"", true);
+  return Start(BinFile(L"helper_proc.exe"), L"hold \"" + file + L"\"");
 }
 
-ChildProcess ChildProcess::Sleeper(const std::wstring& exe) { return StartHelper(exe, L"sleep 60000", true); }
+ChildProcess ChildProcess::Sleeper(const std::wstring& exe) { return Start(exe, L"sleep 60000"); }
 
 bool ChildProcess::Running() const {
   return process_.valid() && ::WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT;

@@ -18,10 +18,6 @@ class ChildProcess {
   ChildProcess& operator=(ChildProcess&&) = default;
   ~ChildProcess();
 
-  // Starts `exe` with `args` and waits (up to 10 s) until it has signalled
-  // readiness; invalid() when it could not start or never got ready.
-  static ChildProcess StartHelper(const std::wstring& exe, const std::wstring& args, bool waitReady);
-
   // A helper holding `file` open with no sharing: moves and deletes fail with 32.
   static ChildProcess HoldFile(const std::wstring& file);
   // A helper that sleeps, running under the image name of `exe` (copy
@@ -30,7 +26,6 @@ class ChildProcess {
 
   [[nodiscard]] bool valid() const { return process_.valid(); }
   [[nodiscard]] bool Running() const;
-  [[nodiscard]] DWORD Pid() const { return pid_; }
   void Kill();
   // Gives the process an empty access list: from then on nobody can open it
   // (OpenProcess fails), while this object keeps its own handle's
@@ -38,8 +33,11 @@ class ChildProcess {
   bool DenyOpenByOthers();
 
  private:
+  // Starts `exe` with `args` and waits (up to 10 s) until it has signalled
+  // readiness; invalid() when it could not start or never got ready.
+  static ChildProcess Start(const std::wstring& exe, const std::wstring& args);
+
   UniqueHandle process_;
-  DWORD pid_ = 0;
 };
 
 // Copies helper_proc.exe to `target` (e.g. dir\oru.stravo.exe) and returns target.

@@ -10,14 +10,18 @@
 
 #include "common/strings.h"
 #include "log/setup_logger.h"
+#include "support/test_paths.h"
 
 namespace oru::test {
 namespace {
 
+// Length of "YYYY-MM-DD hh:mm:ss.mmm " at the start of every line.
+constexpr size_t kTimestampLength = 24;
+
 long long FileSize(const std::wstring& path) {
-  WIN32_FILE_ATTRIBUTE_DATA data{};
-  if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
-  return (static_cast<long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(path, ec);
+  return ec ? 0 : static_cast<long long>(size);
 }
 
 }  // namespace
@@ -30,9 +34,7 @@ std::string ReadFileBytes(const std::wstring& path) {
 LogCapture::LogCapture() {
   auto& logger = SetupLogger::Instance();
   if (logger.LogPath().empty()) {
-    wchar_t temp[MAX_PATH] = {};
-    ::GetTempPathW(MAX_PATH, temp);
-    const std::wstring directory = std::wstring(temp) + L"oru_test_logs";
+    const std::wstring directory = TempFolder() + L"\\oru_test_logs";
     ::CreateDirectoryW(directory.c_str(), nullptr);
     logger.InitLog(directory, L"test_" + std::to_wstring(::GetCurrentProcessId()) + L".log");
   }
@@ -64,14 +66,6 @@ bool LogCapture::HasFragment(std::wstring_view fragment) const {
 size_t LogCapture::Count(std::wstring_view line) const {
   const auto lines = Lines();
   return static_cast<size_t>(std::count(lines.begin(), lines.end(), line));
-}
-
-long LogCapture::IndexOf(std::wstring_view line, size_t from) const {
-  const auto lines = Lines();
-  for (size_t i = from; i < lines.size(); ++i) {
-    if (lines[i] == line) return static_cast<long>(i);
-  }
-  return -1;
 }
 
 }  // namespace oru::test

@@ -22,16 +22,11 @@ class LogCapture {
   [[nodiscard]] bool HasFragment(std::wstring_view fragment) const;
   // Number of lines equal to `line`.
   [[nodiscard]] size_t Count(std::wstring_view line) const;
-  // Index of the first line equal to `line` at or after `from`, or -1.
-  [[nodiscard]] long IndexOf(std::wstring_view line, size_t from = 0) const;
 
  private:
   std::wstring path_;
   long long start_ = 0;
 };
-
-// Length of "YYYY-MM-DD hh:mm:ss.mmm " at the start of every line.
-inline constexpr size_t kTimestampLength = 24;
 
 // The raw bytes of a file; empty when it cannot be read.
 [[nodiscard]] std::string ReadFileBytes(const std::wstring& path);

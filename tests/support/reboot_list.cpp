@@ -3,7 +3,6 @@
 #include <windows.h>
 // Needs windows.h first.
 #include <aclapi.h>
-#include <sddl.h>
 
 namespace oru::test {
 namespace {
@@ -27,18 +26,12 @@ RebootSchedulingDenied::RebootSchedulingDenied() {
   if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManager, 0, READ_CONTROL | WRITE_DAC, key_.put()) != ERROR_SUCCESS) {
     return;
   }
-  PACL dacl = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (::GetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl, nullptr,
+  if (::GetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &savedDacl_, nullptr,
                         &descriptor) != ERROR_SUCCESS) {
     return;
   }
-  LPWSTR sddl = nullptr;
-  if (::ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION,
-                                                             &sddl, nullptr)) {
-    savedSddl_ = sddl;
-    ::LocalFree(sddl);
-  }
+  saved_.reset(descriptor);
   wchar_t everyone[] = L"Everyone";
   EXPLICIT_ACCESSW deny{};
   deny.grfAccessPermissions = KEY_SET_VALUE | KEY_CREATE_SUB_KEY;
@@ -48,28 +41,17 @@ RebootSchedulingDenied::RebootSchedulingDenied() {
   deny.Trustee.TrusteeType = TRUSTEE_IS_WELL_KNOWN_GROUP;
   deny.Trustee.ptstrName = everyone;
   PACL denied = nullptr;
-  if (!savedSddl_.empty() && ::SetEntriesInAclW(1, &deny, dacl, &denied) == ERROR_SUCCESS) {
-    applied_ = ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, denied,
-                                 nullptr) == ERROR_SUCCESS;
-    ::LocalFree(denied);
-  }
-  ::LocalFree(descriptor);
+  if (::SetEntriesInAclW(1, &deny, savedDacl_, &denied) != ERROR_SUCCESS) return;
+  const UniqueLocalMemory<PACL> deniedOwner(denied);
+  applied_ = ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, denied,
+                               nullptr) == ERROR_SUCCESS;
 }
 
+// The key's own access list, kept inside the saved descriptor, goes back.
 RebootSchedulingDenied::~RebootSchedulingDenied() {
-  if (!applied_) return;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(savedSddl_.c_str(), SDDL_REVISION_1, &descriptor,
-                                                              nullptr)) {
-    return;
+  if (applied_) {
+    ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, savedDacl_, nullptr);
   }
-  BOOL present = FALSE;
-  BOOL defaulted = FALSE;
-  PACL dacl = nullptr;
-  if (::GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted) && present) {
-    ::SetSecurityInfo(key_.get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, dacl, nullptr);
-  }
-  ::LocalFree(descriptor);
 }
 
 }  // namespace oru::test

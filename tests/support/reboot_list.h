@@ -29,7 +29,8 @@ class RebootSchedulingDenied {
 
  private:
   UniqueRegKey key_;
-  std::wstring savedSddl_;
+  UniqueLocalMemory<PSECURITY_DESCRIPTOR> saved_;
+  PACL savedDacl_ = nullptr;  // inside saved_
   bool applied_ = false;
 };
 

@@ -5,21 +5,24 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <string_view>
 
-#include "common/unique_handle.h"
+#include "common/directory_entries.h"
+#include "support/test_paths.h"
 
 namespace oru::test {
 namespace fs = std::filesystem;
 
-TempDir::TempDir() {
+namespace {
+
+std::wstring UniqueTempPath() {
   static std::atomic<unsigned> counter{0};
-  wchar_t temp[MAX_PATH] = {};
-  ::GetTempPathW(MAX_PATH, temp);
-  path_ = std::wstring(temp) + L"oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" +
-          std::to_wstring(counter++) + L"_" + std::to_wstring(::GetTickCount());
-  fs::create_directories(fs::path(path_));
+  return TempFolder() + L"\\oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++) +
+         L"_" + std::to_wstring(::GetTickCount());
 }
+
+}  // namespace
+
+TempDir::TempDir() : path_(UniqueTempPath()) { fs::create_directories(fs::path(path_)); }
 
 TempDir::~TempDir() { RemoveTree(path_); }
 
@@ -32,10 +35,16 @@ std::wstring TempDir::MakeDir(const std::wstring& relative) const {
 }
 
 std::wstring TempDir::WriteFile(const std::wstring& relative, const std::string& content) const {
-  const std::wstring full = Child(relative);
-  fs::create_directories(fs::path(full).parent_path());
-  std::ofstream(fs::path(full), std::ios::binary) << content;
-  return full;
+  WriteFileAt(Child(relative), content);
+  return Child(relative);
+}
+
+bool WriteFileAt(const std::wstring& path, const std::string& content) {
+  std::error_code ec;
+  fs::create_directories(fs::path(path).parent_path(), ec);
+  std::ofstream out(fs::path(path), std::ios::binary);
+  out << content;
+  return out.good();
 }
 
 bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
@@ -50,13 +59,10 @@ void RemoveTree(const std::wstring& path) {
     ::DeleteFileW(path.c_str());
     return;
   }
-  WIN32_FIND_DATAW entry{};
-  if (UniqueFind find(::FindFirstFileW((path + L"\\*").c_str(), &entry)); find) {
-    do {
-      const std::wstring_view name = entry.cFileName;
-      if (name != L"." && name != L"..") RemoveTree(path + L"\\" + entry.cFileName);
-    } while (::FindNextFileW(find.get(), &entry));
-  }
+  ForEachEntry(path, [&](const DirectoryEntry& entry) {
+    RemoveTree(path + L"\\" + std::wstring(entry.name));
+    return true;
+  });
   ::RemoveDirectoryW(path.c_str());
 }
 

@@ -26,6 +26,9 @@ class TempDir {
   std::wstring path_;
 };
 
+// Writes a file at a full path, creating its folders; false when it failed.
+bool WriteFileAt(const std::wstring& path, const std::string& content = "x");
+
 // True when the path names an existing file or folder.
 [[nodiscard]] bool Exists(const std::wstring& path);
 

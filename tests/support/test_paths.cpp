@@ -1,6 +1,7 @@
 #include "support/test_paths.h"
 
 #include <windows.h>
+#include <shlobj.h>
 
 namespace oru::test {
 
@@ -12,5 +13,16 @@ std::wstring BinDir() {
 }
 
 std::wstring BinFile(const std::wstring& name) { return BinDir() + L"\\" + name; }
+
+std::wstring TempFolder() {
+  wchar_t temp[MAX_PATH] = {};
+  return std::wstring(temp, ::GetTempPathW(MAX_PATH, temp) - 1);
+}
+
+std::wstring LocalAppData() {
+  wchar_t path[MAX_PATH] = {};
+  ::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, path);
+  return path;
+}
 
 }  // namespace oru::test

@@ -9,4 +9,8 @@ namespace oru::test {
 [[nodiscard]] std::wstring BinDir();
 [[nodiscard]] std::wstring BinFile(const std::wstring& name);
 
+// %TEMP% and %LOCALAPPDATA% of the test prefix, without a trailing backslash.
+[[nodiscard]] std::wstring TempFolder();
+[[nodiscard]] std::wstring LocalAppData();
+
 }  // namespace oru::test

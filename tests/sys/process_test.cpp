@@ -44,9 +44,11 @@ TEST(ProcessTest, OnlyTheExactImageNameMatchesAndAnInstanceThatCannotBeOpenedIsS
   }
   EXPECT_FALSE(KillProcess(kApp));
   EXPECT_TRUE(guarded.Running());
-  const long failedOpen = log.IndexOf(L"Failed to open process for termination: oru.stravo.exe");
-  ASSERT_GE(failedOpen, 0);
-  EXPECT_GE(log.IndexOf(L"Process not found for killing: oru.stravo.exe", static_cast<size_t>(failedOpen)), 0);
+  const auto lines = log.Lines();
+  EXPECT_EQ(std::vector(lines.end() - 3, lines.end()),
+            (std::vector<std::wstring>{L"Attempting to kill process: oru.stravo.exe",
+                                       L"Failed to open process for termination: oru.stravo.exe",
+                                       L"Process not found for killing: oru.stravo.exe"}));
 }
 
 TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {

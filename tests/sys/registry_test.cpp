@@ -12,26 +12,6 @@ using test::LogCapture;
 // Each test program works under a key of its own, so runs never collide.
 std::wstring TestKey() { return L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId()); }
 
-// The length limit and the missing key or value are met through the
-// installation check; here, what comes back of values that are no plain text.
-TEST(RegistryTest, OtherTypesAreReadAsTheirRawBytesUpToTheFirstZeroUnit) {
-  const std::wstring key = TestKey();
-  const DWORD dword = 0x00410042;  // bytes 42 00 41 00: "BA"
-  const wchar_t multi[] = L"one\0two\0";
-  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"dword", REG_DWORD, &dword, sizeof(dword));
-  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"multi", REG_MULTI_SZ, multi, sizeof(multi));
-  ::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"empty", REG_SZ, nullptr, 0);
-  LogCapture log;
-
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"dword"), L"BA");
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"multi"), L"one");
-  EXPECT_EQ(ReadRegistryString(HKEY_CURRENT_USER, key, L"empty"), L"");
-  EXPECT_EQ(log.Lines(),
-            (std::vector<std::wstring>{L"Found pv value in registry: BA", L"Found pv value in registry: one",
-                                       L"Found pv value in registry: "}));
-  ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
-}
-
 // Writing creates the missing keys on the way; deleting takes the whole tree.
 TEST(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
   const std::wstring sub = TestKey() + L"\\created", inner = sub + L"\\inner";

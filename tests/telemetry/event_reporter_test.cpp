@@ -144,6 +144,8 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
     reporter.Report("late", {});
     reporter.Uninit();
     EXPECT_EQ(log.Has(L"加载 SDK 失败! dll 路径：" + dir.Child(L"tavrin_sdk.dll")), !loads);
+    EXPECT_EQ(log.HasFragment(L"[WARNING] DllLoader: 加载 DLL 失败: " + dir.Child(L"tavrin_sdk.dll") + L", 错误码: "),
+              !loads);
     EXPECT_EQ(log.Has(L"获取 Tavrin SDK 函数指针失败!"), loads);
     EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), loads);
     // Only a library that loaded could have been called.

@@ -25,23 +25,18 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   ASSERT_TRUE(workspace.Initialize(0, false));
   const auto staged = [&](const std::wstring& name) { return workspace.GetTavrinDirectory() + L"\\" + name; };
   // A read-only copy left by an earlier attempt is replaced.
-  TempDir earlier;
-  ASSERT_TRUE(::CopyFileW(earlier.WriteFile(L"dorvid.dll", "stale").c_str(), staged(L"dorvid.dll").c_str(), FALSE));
+  ASSERT_TRUE(test::WriteFileAt(staged(L"dorvid.dll"), "stale"));
   ::SetFileAttributesW(staged(L"dorvid.dll").c_str(), FILE_ATTRIBUTE_READONLY);
   const struct {
-    std::vector<std::wstring> names;
     bool firstLocked;
     bool enough;
     const wchar_t* summary;  // null: no version folder at all
+    std::vector<std::wstring> names;
   } cases[] = {
-      {{L"tavrin_sdk.dll", L"dorvid.dll", L"crellix_logger.dll", L"vantor.dll", L"client_extension.dll"},
-       false,
-       true,
-       L"Tavrin 文件复制完成: 成功 5 个，失败 0 个"},
-      {{L"crellix_logger.dll", L"vantor.dll"}, false, true, L"Tavrin 文件复制完成: 成功 2 个，失败 0 个"},
-      {{L"tavrin_sdk.dll"}, false, false, L"Tavrin 文件复制完成: 成功 1 个，失败 0 个"},
-      {{L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"}, true, true, L"Tavrin 文件复制完成: 成功 2 个，失败 1 个"},
-      {{}, false, false, nullptr}};
+      {false, true, L"Tavrin 文件复制完成: 成功 2 个，失败 0 个", {L"crellix_logger.dll", L"vantor.dll"}},
+      {false, false, L"Tavrin 文件复制完成: 成功 1 个，失败 0 个", {L"tavrin_sdk.dll"}},
+      {true, true, L"Tavrin 文件复制完成: 成功 2 个，失败 1 个", {L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"}},
+      {false, false, nullptr, {}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.names.size());
     TempDir installed;

@@ -1,18 +1,17 @@
 // Stand-in for the closed device-identifier library: exports a1, b and c with
 // the same arguments, each call written to the trace named by
-// ORU_DORVID_TRACE. `b` answers with the identifier in ORU_DORVID_D36 and
-// fails while that is unset. Variants:
+// ORU_DORVID_TRACE. b and c answer with the identifier in ORU_DORVID_D36 (b
+// fails while it is unset), c at once on the caller's thread. Variants:
 //   DORVID_STUB_A1_FAILS  a1 refuses to start;
-//   DORVID_STUB_ASYNC     c answers from a thread of its own with the
-//                         identifier in ORU_DORVID_ASYNC_D36, then signals the
-//                         event named by ORU_DORVID_DONE_EVENT.
-// Without DORVID_STUB_ASYNC, c answers at once on the caller's thread.
+//   DORVID_STUB_ASYNC     c answers from a thread of its own with the identifier in
+//                         ORU_DORVID_ASYNC_D36, then signals ORU_DORVID_DONE_EVENT.
 
 #include <windows.h>
 
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "trace/trace_writer.h"
 
@@ -26,16 +25,9 @@ constexpr std::size_t kD36Size = 64;
 using ResultCallback = void (*)(const void* result);
 using LogCallback = void (*)(const char* text);
 
-TraceWriter Trace() { return TraceWriter(L"ORU_DORVID_TRACE"); }
+TraceWriter Trace() { return TraceWriter::FromEnvironment(L"ORU_DORVID_TRACE"); }
 
-std::string Environment(const wchar_t* name) {
-  wchar_t value[256] = {};
-  const DWORD length = ::GetEnvironmentVariableW(name, value, 256);
-  if (length == 0 || length >= 256) return {};
-  char narrow[512] = {};
-  ::WideCharToMultiByte(CP_UTF8, 0, value, -1, narrow, sizeof(narrow), nullptr, nullptr);
-  return narrow;
-}
+std::string Environment(const wchar_t* name) { return oru::doubles::Utf8(oru::doubles::Setting(name)); }
 
 // A result record: the identifier, then six bytes the library owns.
 void FillResult(unsigned char* result, const std::string& d36) {
@@ -44,31 +36,19 @@ void FillResult(unsigned char* result, const std::string& d36) {
   for (int i = 0; i < 6; ++i) result[kD36Size + i] = static_cast<unsigned char>(0xA0 + i);
 }
 
-#ifdef DORVID_STUB_ASYNC
-struct AsyncRequest {
-  ResultCallback callback;
-  std::string d36;
-};
-
-DWORD WINAPI AnswerLater(void* parameter) {
-  auto* request = static_cast<AsyncRequest*>(parameter);
+// Answers on the caller's thread, or with DORVID_STUB_ASYNC from a thread of
+// its own, which then signals ORU_DORVID_DONE_EVENT.
+void Answer(ResultCallback callback, const std::string& d36) {
   unsigned char result[kResultSize];
-  FillResult(result, request->d36);
+  FillResult(result, d36);
   Trace().Line("callback");
-  request->callback(result);
+  callback(result);
   Trace().Line("callback-returned");
-  const std::string eventName = Environment(L"ORU_DORVID_DONE_EVENT");
-  if (!eventName.empty()) {
-    HANDLE done = ::OpenEventA(EVENT_MODIFY_STATE, FALSE, eventName.c_str());
-    if (done != nullptr) {
-      ::SetEvent(done);
-      ::CloseHandle(done);
-    }
-  }
-  delete request;
-  return 0;
-}
+#ifdef DORVID_STUB_ASYNC
+  const oru::UniqueHandle done(::OpenEventA(EVENT_MODIFY_STATE, FALSE, Environment(L"ORU_DORVID_DONE_EVENT").c_str()));
+  if (done) ::SetEvent(done.get());
 #endif
+}
 
 }  // namespace
 
@@ -107,18 +87,9 @@ __declspec(dllexport) std::int32_t c(const char* appKey, ResultCallback callback
   trace.Text("app_key", appKey);
   if (callback == nullptr) return 1;
 #ifdef DORVID_STUB_ASYNC
-  std::string d36 = Environment(L"ORU_DORVID_ASYNC_D36");
-  auto* request = new AsyncRequest{callback, d36.empty() ? "async-stub-d36" : d36};
-  HANDLE thread = ::CreateThread(nullptr, 0, AnswerLater, request, 0, nullptr);
-  if (thread == nullptr) {
-    delete request;
-    return 1;
-  }
-  ::CloseHandle(thread);
+  std::thread(Answer, callback, Environment(L"ORU_DORVID_ASYNC_D36")).detach();
 #else
-  unsigned char result[kResultSize];
-  FillResult(result, Environment(L"ORU_DORVID_D36"));
-  callback(result);
+  Answer(callback, Environment(L"ORU_DORVID_D36"));
 #endif
   return 0;
 }

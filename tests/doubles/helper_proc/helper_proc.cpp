@@ -13,13 +13,13 @@
 #include <cwchar>
 #include <string>
 
+#include "common/unique_handle.h"
+
 namespace {
 
 void Signal(const wchar_t* name) {
-  HANDLE event = ::OpenEventW(EVENT_MODIFY_STATE, FALSE, name);
-  if (event == nullptr) return;
-  ::SetEvent(event);
-  ::CloseHandle(event);
+  const oru::UniqueHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name));
+  if (event) ::SetEvent(event.get());
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // Stand-in for the closed telemetry library: the same five exports with the
 // same arguments, each call written to the trace named by ORU_TAVRIN_TRACE.
-// Records are decoded here from their documented byte offsets, independently
-// of the uninstaller's own structures, so a layout mistake shows as a
-// mismatch instead of agreeing with itself; the configuration is passed on
-// as raw bytes. Built with
-// TAVRIN_STUB_NO_DEVICE_ID it lacks TV_GetTavrinDeviceId.
+// Records are decoded from their documented byte offsets, not the
+// uninstaller's structures, so a layout mistake shows as a mismatch; the
+// configuration goes on as raw bytes. TAVRIN_STUB_NO_DEVICE_ID drops
+// TV_GetTavrinDeviceId.
 
 #include <windows.h>
 
@@ -21,7 +20,7 @@ constexpr std::size_t kParamSize = 4352;
 constexpr std::size_t kParamValueOffset = 256;
 constexpr std::size_t kConfigSize = 1168;
 
-TraceWriter Trace() { return TraceWriter(L"ORU_TAVRIN_TRACE"); }
+TraceWriter Trace() { return TraceWriter::FromEnvironment(L"ORU_TAVRIN_TRACE"); }
 
 std::string Field(const unsigned char* base, std::size_t offset, std::size_t size) {
   return "\"" + TraceWriter::Escape(TraceWriter::FieldText(reinterpret_cast<const char*>(base + offset), size)) + "\"";
