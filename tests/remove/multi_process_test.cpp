@@ -17,12 +17,14 @@ using test::TempDir;
 
 std::wstring Quoted(const std::wstring& path) { return L"\"" + path + L"\""; }
 
-// The real cmd.exe, on a path with an apostrophe that cmd copes with; the
-// folder the file deletion emptied goes too, and the climb stops at ours.
+// The real cmd.exe, on a read-only file (the last resort must not stop at
+// that) whose path has an apostrophe cmd copes with; the folder the file
+// deletion emptied goes too, and the climb stops at ours.
 TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {
   TempDir dir;
   dir.WriteFile(L"keep.txt");
   const std::wstring file = dir.WriteFile(L"sub\\it's.txt");
+  ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
   dir.WriteFile(L"tree\\a\\b\\f.txt");
   LogCapture log;
   EXPECT_TRUE(DeleteFileMultiProcess(file));
