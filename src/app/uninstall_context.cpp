@@ -7,7 +7,6 @@
 #include "log/setup_logger.h"
 
 namespace oru {
-namespace {}  // namespace
 
 UninstallContext::UninstallContext(bool force, bool silent_chrome, bool keep_user_data, bool silent_oru)
     : force(force), silent_chrome(silent_chrome), keep_user_data(keep_user_data), silent_oru(silent_oru) {

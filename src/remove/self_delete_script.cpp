@@ -16,10 +16,6 @@ namespace oru {
 namespace {
 
 constexpr size_t kMaxInstallPathLength = 256;
-constexpr std::wstring_view kUninstallFolder = kUninstallFolderName;
-constexpr std::wstring_view kScriptName = L"\\_deldir.bat";
-constexpr std::wstring_view kLogPrefix = L"CreateAndRunSelfDeleteDirScript ";
-constexpr wchar_t kOpenVerb[] = L"open";
 // Text mode with a UTF-8 encoding: the runtime writes the byte-order mark and
 // turns every line feed into CR LF.
 constexpr wchar_t kScriptMode[] = L"w, ccs=UTF-8";
@@ -40,13 +36,13 @@ bool NeedsSelfDeleteUninstall(const std::wstring& installPath) {
   if (installPath.empty() || installPath.size() > kMaxInstallPathLength) return false;
   bool onlyUninstallFolders = true;
   const bool listed = ForEachEntry(installPath, [&](const DirectoryEntry& entry) {
-    onlyUninstallFolders = entry.IsDirectory() && EqualsIgnoreCase(entry.name, kUninstallFolder);
+    onlyUninstallFolders = entry.IsDirectory() && EqualsIgnoreCase(entry.name, kUninstallFolderName);
     return onlyUninstallFolders;
   });
   return listed && onlyUninstallFolders;
 }
 
-std::wstring SelfDeleteScriptPath(const std::wstring& dir) { return JoinWide({dir, kScriptName}); }
+std::wstring SelfDeleteScriptPath(const std::wstring& dir) { return JoinWide({dir, L"\\_deldir.bat"}); }
 
 bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
   struct CloseFile {
@@ -64,11 +60,11 @@ bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
 }
 
 void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
-  LogInfo(JoinWide({kLogPrefix, dir}));
-  if (!WriteSelfDeleteScript(SelfDeleteScriptPath(dir))) return;
+  LogInfo(L"CreateAndRunSelfDeleteDirScript " + dir);
+  const std::wstring script = SelfDeleteScriptPath(dir);
+  if (!WriteSelfDeleteScript(script)) return;
   // Nothing waits for the script: it must outlive this process.
-  ::ShellExecuteW(nullptr, kOpenVerb, SelfDeleteScriptPath(dir).c_str(), JoinWide({L"\"", dir, L"\""}).c_str(), nullptr,
-                  SW_HIDE);
+  ::ShellExecuteW(nullptr, L"open", script.c_str(), JoinWide({L"\"", dir, L"\""}).c_str(), nullptr, SW_HIDE);
 }
 
 }  // namespace oru

@@ -25,7 +25,6 @@
 namespace oru::test {
 namespace {
 
-constexpr wchar_t kPv[] = L"1.4.2.7";
 // A failed browser uninstall (20) is the answer after which the uninstaller
 // cleans up the installation and may start the self-deleting script.
 const Env kFailedBrowserUninstall{{L"ORU_SETUP_STUB_EXIT_CODE", L"20"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}};
@@ -72,14 +71,14 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   };
   const std::wstring none;
   std::vector<Row> rows = {
-      {L".", kPv, none, app},
-      {L"Oru.stravo\\Application", kPv, none, local},
-      {L"..\\Application", kPv, none, app},
-      {app + L"\\..\\Application", kPv, none, none},
-      {L"\\\\?\\" + app, kPv, none, none},
-      {L"\\\\.\\" + app, kPv, none, none},
-      {L"\\\\localhost\\C$" + app.substr(2), kPv, none, none},
-      {L"C:\\", kPv, L"C:\\1.4.2.7", none},
+      {L".", kStagedPv, none, app},
+      {L"Oru.stravo\\Application", kStagedPv, none, local},
+      {L"..\\Application", kStagedPv, none, app},
+      {app + L"\\..\\Application", kStagedPv, none, none},
+      {L"\\\\?\\" + app, kStagedPv, none, none},
+      {L"\\\\.\\" + app, kStagedPv, none, none},
+      {L"\\\\localhost\\C$" + app.substr(2), kStagedPv, none, none},
+      {L"C:\\", kStagedPv, L"C:\\" + std::wstring(kStagedPv), none},
       {app, L".", app, none},
       {app, L"..", local + L"\\Oru.stravo", none},
       {app, L"1.0/../..", local + L"\\Oru.stravo", none},
@@ -96,7 +95,7 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
         std::wstring(windows), KnownFolder(FOLDERID_ProgramFiles)}) {
     // A prefix whose shell folders still lead to the host's home is no place for these rows.
     ASSERT_EQ(::GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u) << WideToUtf8(folder);
-    rows.push_back({folder, kPv, folder + L"\\" + kPv, none});
+    rows.push_back({folder, kStagedPv, folder + L"\\" + kStagedPv, none});
   }
   for (const Row& row : rows) {
     SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + row.path + L", pv " + row.pv));
@@ -105,13 +104,13 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     if (!row.cwd.empty()) install.currentDir = row.cwd;
     SetValue(kProductKey, kInstallPathValue, row.path);
     SetValue(kProductKey, kProductVersionValue, row.pv);
-    const auto before = install.Remaining(), versionBefore = install.Remaining(kPv);
+    const auto before = install.Remaining(), versionBefore = install.Remaining(kStagedPv);
 
     ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), app);
     EXPECT_FALSE(SelfDeleteStarted(install.currentDir));
     EXPECT_EQ(install.SetupTrace(), "");
     EXPECT_EQ(install.Remaining(), before);
-    EXPECT_EQ(install.Remaining(kPv), versionBefore);
+    EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
     EXPECT_TRUE(KeyExists(kProductClassesKey));
     EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
   }

@@ -58,7 +58,7 @@ void SetValue(const std::wstring& subKey, const std::wstring& name, const std::w
 
 StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAppData() + L"\\Oru.stravo") {
   installPath = options.installPath.empty() ? productRoot_ + L"\\Application" : options.installPath;
-  pv = L"1.4.2.7";
+  pv = kStagedPv;
   versionDir = installPath + L"\\" + pv;
   setupExe = versionDir + L"\\Installer\\setup.exe";
   uninstallDir = installPath + L"\\uninstall";

@@ -26,6 +26,9 @@
 
 namespace oru::test {
 
+// The version every staged installation has (its pv and version folder).
+inline constexpr wchar_t kStagedPv[] = L"1.4.2.7";
+
 // Environment variables for a run, read by the stand-ins.
 using Env = std::map<std::wstring, std::wstring>;
 

@@ -26,7 +26,8 @@ constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
 constexpr char kSessionHeader[] = R"(\n========== New Session: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ==========\n)";
 constexpr char kLine[] = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
 
-// What the relocation recorded, value name to path, in the order recorded.
+// What the relocation recorded, value name to path. Each test runs in a
+// process of its own, so this starts empty.
 std::map<std::wstring, std::wstring> recorded;
 
 // One run of the uninstaller's log: opened in `runDirectory`, one line
@@ -43,12 +44,7 @@ void RunLog(
   CloseLogFile();
 }
 
-class LogRelocationTest : public ::testing::Test {
- protected:
-  void SetUp() override { recorded.clear(); }
-};
-
-TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
+TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   TempDir temp;
   TempDir executable;
   const std::wstring finalLog = executable.Child(L"oru_uninstall.log");
@@ -69,7 +65,7 @@ TEST_F(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_EQ(ReadFileBytes(finalLog), content);
 }
 
-TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
+TEST(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
   TempDir temp;
   TempDir executable;
   // A file where a folder on the final path should be: nothing can go there.
@@ -85,7 +81,7 @@ TEST_F(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItW
 
 // A run-time log that may be read but not moved (held open without delete
 // sharing) is copied instead, and the copy is what the record names.
-TEST_F(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
+TEST(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
   TempDir temp;
   TempDir executable;
   UniqueFile reader;
