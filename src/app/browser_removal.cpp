@@ -10,6 +10,7 @@
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "remove/install_dir_cleanup.h"
+#include "sys/child_process.h"
 
 namespace oru {
 namespace {
@@ -84,30 +85,25 @@ std::wstring ComposeUninstallArguments(const UninstallContext& context, const st
 }
 
 std::uint32_t RunBrowserUninstaller(const std::wstring& setupPath, const std::wstring& arguments) {
-  std::wstring commandLine = ComposeCommandLine(setupPath, arguments);
+  const std::wstring commandLine = ComposeCommandLine(setupPath, arguments);
   LogInfo(L"cmdLine: " + commandLine);
 
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION info{};
-  if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info)) {
-    const DWORD error = ::GetLastError();
+  std::uint32_t error = 0;
+  UniqueHandle process = StartChildProcess(commandLine, false, error);
+  if (!process) {
     LogInfo(L"Failed to create uninstall process, error code: " + ToWideDecimal(error));
     return kBrowserUninstallFailed;
   }
-  UniqueHandle process(info.hProcess);
-  UniqueHandle thread(info.hThread);
 
   LogInfo(L"Uninstall process started, waiting for it to finish...");
   ::WaitForSingleObject(process.get(), INFINITE);
   // Should the code be unreadable, it is treated like a crashed child's.
   DWORD exitCode = 0xFFFFFFFF;
   if (!::GetExitCodeProcess(process.get(), &exitCode)) {
-    const DWORD error = ::GetLastError();
-    LogError(L"Failed to read the uninstall process's exit code, error: " + ToWideDecimal(error));
+    const DWORD readError = ::GetLastError();
+    LogError(L"Failed to read the uninstall process's exit code, error: " + ToWideDecimal(readError));
   }
   process.reset();
-  thread.reset();
   LogInfo(L"Uninstall process finished, exit code: " + ToWideDecimal(exitCode));
   return exitCode;
 }

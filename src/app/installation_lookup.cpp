@@ -14,14 +14,21 @@ namespace oru {
 namespace {
 
 // The record's own text first; then the same rules on where the install path
-// really is, so that neither a short name nor a linked parent folder can
-// dress up a folder of the user's; then no link from the installation
-// directory down to setup.exe, which would run or delete what it points to.
+// really is, held against where the protected folders really are, so that
+// neither a short name nor a linked parent folder can dress up a folder of
+// the user's; then no link from the installation directory down to
+// setup.exe, which would run or delete what it points to.
 std::wstring Refusal(const InstallationRecord& record) {
-  const std::vector<std::wstring> protectedFolders = ProtectedFolders();
+  std::vector<std::wstring> protectedFolders = ProtectedFolders();
   std::wstring refusal = InstallationRecordRefusal(record, protectedFolders);
   if (!refusal.empty()) return refusal;
-  refusal = InstallationRecordRefusal({RealPathForm(record.install_path), record.pv}, protectedFolders);
+  const std::wstring real = RealPathForm(record.install_path);
+  if (real.empty()) return L"where the path really leads cannot be told";
+  for (size_t i = 0, count = protectedFolders.size(); i < count; ++i) {
+    const std::wstring realFolder = RealPathForm(protectedFolders[i]);
+    if (!realFolder.empty()) protectedFolders.push_back(realFolder);
+  }
+  refusal = InstallationRecordRefusal({real, record.pv}, protectedFolders);
   if (!refusal.empty()) return refusal;
   const std::wstring link = FindLinkFrom(record.install_path, SetupPath(record));
   if (!link.empty()) return L"a link lies on the way to setup.exe: " + link;

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 #include <shellscalingapi.h>
-#include <shlwapi.h>
 
 #include <memory>
 #include <vector>
@@ -23,7 +22,9 @@
 #include "identity/dorvid_manager.h"
 #include "log/setup_logger.h"
 #include "log/timestamp.h"
+#include "remove/remains_removal.h"
 #include "remove/self_delete_script.h"
+#include "sys/child_process.h"
 #include "sys/path_forms.h"
 #include "sys/registry.h"
 #include "sys/version_info.h"
@@ -48,14 +49,19 @@ void RecordLogPathInRegistry(const wchar_t* valueName, const std::wstring& logPa
                      &size);
 }
 
-// The uninstaller's own directory, or empty when its path is unavailable or
-// would not fit MAX_PATH (GetModuleFileNameW truncates silently).
-std::wstring OwnDirectory() {
+// The uninstaller's own path, or empty when it is unavailable or would not
+// fit MAX_PATH (GetModuleFileNameW truncates silently).
+std::wstring OwnExecutable() {
   wchar_t path[MAX_PATH] = {};
   const DWORD length = ::GetModuleFileNameW(nullptr, path, MAX_PATH);
   if (length == 0 || length >= MAX_PATH) return {};
-  if (!::PathRemoveFileSpecW(path)) return {};
-  return path;
+  return std::wstring(path, length);
+}
+
+// The folder of `executable`, or empty.
+std::wstring DirectoryOf(const std::wstring& executable) {
+  const size_t slash = executable.rfind(L'\\');
+  return slash == std::wstring::npos ? std::wstring() : executable.substr(0, slash);
 }
 
 void ApplyDpiAwareness() {
@@ -135,10 +141,13 @@ void ListRemainingContents(const std::wstring& installPath) {
 
 // The script ends in "rd /s /q", which follows links and lets the command
 // interpreter expand "%": it is started only for this uninstaller's own
-// installation, free of links. Returns why not, or empty.
+// installation, free of links. Paths are compared in their canonical forms,
+// so that a short or differently cased record is judged as what it names.
+// Returns why not, or empty.
 std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstring& ownDirectory) {
   const std::wstring ownFolder = JoinWide({installPath, L"\\", kUninstallFolderName});
-  if (!EqualsIgnoreCase(LongPathForm(ownDirectory), LongPathForm(ownFolder))) {
+  const std::wstring canonicalOwn = CanonicalPathForm(ownDirectory);
+  if (canonicalOwn.empty() || !EqualsIgnoreCase(canonicalOwn, CanonicalPathForm(ownFolder))) {
     return L"the uninstaller does not run from " + ownFolder;
   }
   if (installPath.find(L'%') != std::wstring::npos) return L"the path holds %, which the script would expand";
@@ -151,11 +160,16 @@ std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstri
 
 // The log normally ends beside the uninstaller. It goes to a folder of its
 // own next to the run-time log instead when that place is about to be
-// removed by the script, or is reached through a link (the log would land in
-// whatever the link points to); the registry records the place as usual.
+// removed by the script (or whether it is cannot be told), or is reached
+// through a link (the log would land in whatever the link points to); the
+// registry records the place as usual.
 void KeepLogSafe(const std::wstring& ownDirectory, const std::wstring& doomedDirectory) {
   std::wstring reason;
-  if (!doomedDirectory.empty() && IsSameOrInside(NormalizePath(ownDirectory), doomedDirectory)) {
+  const auto doomed = [&] {
+    const std::wstring own = CanonicalPathForm(ownDirectory), gone = CanonicalPathForm(doomedDirectory);
+    return own.empty() || gone.empty() || IsSameOrInside(own, gone);
+  };
+  if (!doomedDirectory.empty() && doomed()) {
     reason = L"Log kept outside the directory being removed: ";
   } else if (IsLink(ownDirectory) || IsLink(JoinWide({ownDirectory, L"\\", kLogFileName}))) {
     reason = L"Log kept out of a folder reached through a link: ";
@@ -170,16 +184,42 @@ void KeepLogSafe(const std::wstring& ownDirectory, const std::wstring& doomedDir
   SetupLogger::Instance().SetFinalLogPath(keptDirectory);
 }
 
-// True when the script was started for installPath.
-bool RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownDirectory) {
+// The canonical forms of what the run still uses when the script is due: the
+// running executable, and the workspace and working folder should they lie
+// inside the installation. Empty when one of them has no canonical form.
+std::vector<std::wstring> StillInUse(const std::wstring& ownExecutable, const TempDirectoryManager& workspace) {
+  std::vector<std::wstring> inUse;
+  for (const std::wstring& path : {ownExecutable, workspace.GetTempDirectory(), workspace.GetWorkingDirectory()}) {
+    if (path.empty()) continue;
+    std::wstring canonical = CanonicalPathForm(path);
+    if (canonical.empty()) {
+      LogWarning(L"Self-deleting script not started, the installation directory stays: no canonical form for " + path);
+      return {};
+    }
+    inUse.push_back(std::move(canonical));
+  }
+  return inUse;
+}
+
+// True when the script was started for installPath. Before it starts, the
+// uninstaller removes everything it can reach below installPath itself
+// (all but what the run still uses), so that the script meets nothing but
+// a shallow folder of the uninstaller's own.
+bool RemoveInstallDirectoryIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownExecutable,
+                                                 const TempDirectoryManager& workspace) {
   LogInfo(L"检查是否需要自毁卸载，安装路径: " + installPath);
   if (NeedsSelfDeleteUninstall(installPath)) {
-    const std::wstring refusal = SelfDeleteRefusal(installPath, ownDirectory);
+    const std::wstring refusal = SelfDeleteRefusal(installPath, DirectoryOf(ownExecutable));
     if (!refusal.empty()) {
       LogWarning(L"Self-deleting script not started, the installation directory stays: " + refusal);
       return false;
     }
+    const std::vector<std::wstring> inUse = StillInUse(ownExecutable, workspace);
+    if (inUse.empty()) return false;
     LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
+    const std::wstring canonicalInstall = CanonicalPathForm(installPath);
+    LogInfo(L"Removing what is left below the installation directory before the script starts: " + canonicalInstall);
+    (void)DeleteRemainsExcept(canonicalInstall, inUse);
     CreateAndRunSelfDeleteDirScript(installPath);
     LogInfo(L"自毁脚本已启动（延迟2秒后执行）");
     return true;
@@ -204,7 +244,8 @@ bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
 }  // namespace
 
 int RunUninstaller() {
-  const std::wstring ownDirectory = OwnDirectory();
+  const std::wstring ownExecutable = OwnExecutable();
+  const std::wstring ownDirectory = DirectoryOf(ownExecutable);
   if (ownDirectory.empty()) return 1;
 
   UniqueHandle instanceLock;
@@ -237,6 +278,7 @@ int RunUninstaller() {
     return 1;
   }
 
+  SetChildWorkingDirectory(workspace->GetWorkingDirectory());
   StartTelemetry(*workspace, installation);
   // Always "pass": no check stands behind this event, by design.
   EventReporter::GetInstance().Report("uninstall_environment_check",
@@ -248,7 +290,8 @@ int RunUninstaller() {
   }
 
   StopTelemetry();
-  const bool scriptStarted = RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path, ownDirectory);
+  const bool scriptStarted =
+      RemoveInstallDirectoryIfOnlyUninstallerLeft(installation.install_path, ownExecutable, *workspace);
   KeepLogSafe(ownDirectory, scriptStarted ? installation.install_path : std::wstring());
 
   LogInfo(L"Exiting uninstaller, temp directory will be cleaned up...");

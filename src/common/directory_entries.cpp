@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "common/path_rules.h"
 #include "common/unique_handle.h"
 
 namespace oru {
@@ -12,7 +13,7 @@ bool DirectoryEntry::IsLink() const { return (attributes & FILE_ATTRIBUTE_REPARS
 
 bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit) {
   WIN32_FIND_DATAW data{};
-  UniqueFind find(::FindFirstFileW((directory + L"\\*").c_str(), &data));
+  UniqueFind find(::FindFirstFileW((ExtendedLengthPath(directory) + L"\\*").c_str(), &data));
   if (!find) return false;
   do {
     const std::wstring_view name = data.cFileName;

@@ -21,8 +21,8 @@ struct DirectoryEntry {
   [[nodiscard]] bool IsLink() const;
 };
 
-// Calls visit(entry) for each entry of `directory` in the file system's
-// order until visit returns false. Returns false, with the system's error
+// Calls visit(entry) for each entry of `directory` (listed through its
+// extended-length path) in the file system's order until visit returns false. Returns false, with the system's error
 // left in GetLastError(), when the listing cannot start.
 bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit);
 

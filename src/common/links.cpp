@@ -3,12 +3,17 @@
 #include <windows.h>
 
 #include "common/directory_entries.h"
+#include "common/path_rules.h"
 
 namespace oru {
 
 bool IsLink(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  const DWORD attributes = ::GetFileAttributesW(ExtendedLengthPath(path).c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  // Nothing there is no link; anything else that hides the answer is taken
+  // for one, so that a check built on this refuses rather than guesses.
+  const DWORD error = ::GetLastError();
+  return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
 }
 
 std::wstring FindLinkFrom(std::wstring_view base, std::wstring_view path) {

@@ -9,7 +9,8 @@
 
 namespace oru {
 
-// True when `path` itself is a junction, symbolic link or mount point.
+// True when `path` itself is a junction, symbolic link or mount point, or
+// when its attributes cannot be read for any reason but its absence.
 [[nodiscard]] bool IsLink(const std::wstring& path);
 
 // The first link on the way from `base` down to `path`, `base` and `path`

@@ -24,6 +24,15 @@ namespace oru {
 // \ / : * ? " < > | or control characters, no trailing dot or blank.
 [[nodiscard]] bool IsPlainFolderName(std::wstring_view name);
 
+// The extended-length spelling of an absolute path, "\\?\C:\..." or
+// "\\?\UNC\server\share\...". Through it the system takes every name as it
+// stands - reserved device names ("nul", "aux.txt"), trailing dots and blanks -
+// and paths past MAX_PATH, so that nothing of ours is left behind for its name
+// alone. The prefix also turns off the system's own clean-up, so `path` must be
+// in normal form; one that is not absolute, holds a ".", ".." or empty
+// segment, or is a device or already extended path, comes back as it is.
+[[nodiscard]] std::wstring ExtendedLengthPath(std::wstring_view path);
+
 // True when `path` equals `directory` or lies below it; both in normal form,
 // compared without regard to letter case, as the file system does.
 [[nodiscard]] bool IsSameOrInside(std::wstring_view path, std::wstring_view directory);

@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "log/byte_file_stream.h"
+#include "common/entry_removal.h"
 #include "common/strings.h"
 #include "log/debug_output.h"
 #include "log/log_file_format.h"
@@ -65,7 +66,7 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
       return false;
     }
     EmitDebug({L"Log content appended successfully to: ", targetPath, L"\n"});
-    ::DeleteFileW(tempLogPath.c_str());
+    (void)RemoveFileEntry(tempLogPath);
     return true;
   } catch (const std::exception& e) {
     EmitDebug({kAppendFailed, Utf8ToWide(e.what()), L"\n"});
@@ -109,7 +110,7 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
 
     if (::CopyFileW(tempLogPath.c_str(), target.c_str(), FALSE)) {
       EmitDebug({L"Log file copied successfully to: ", target, L"\n"});
-      ::DeleteFileW(tempLogPath.c_str());
+      (void)RemoveFileEntry(tempLogPath);
       recordLogAt(target);
       return;
     }

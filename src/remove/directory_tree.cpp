@@ -3,8 +3,10 @@
 #include <windows.h>
 
 #include "common/directory_entries.h"
+#include "common/entry_removal.h"
 #include "common/event_params.h"
 #include "common/links.h"
+#include "common/path_rules.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "remove/file_fallback.h"
@@ -29,7 +31,7 @@ EventParams FileParams(const std::wstring& file) { return {{"file_path", WideToU
 // A link is removed as an entry of its own directory; entering it would
 // delete whatever it points to, possibly far outside the product.
 bool RemoveLink(const std::wstring& link) {
-  if (::RemoveDirectoryW(link.c_str())) {
+  if (RemoveFolderEntry(link)) {
     LogInfo(JoinWide({L"Removed link without following it: ", link}));
     return true;
   }
@@ -40,7 +42,7 @@ bool RemoveLink(const std::wstring& link) {
 
 bool DeleteFileEntry(const std::wstring& file) {
   Report("uninstall_delete_file_start", FileParams(file));
-  if (::DeleteFileW(file.c_str())) {
+  if (RemoveFileEntry(file)) {
     LogInfo(JoinWide({L"Successfully deleted file: ", file}));
     Report(kFileDone, FileParams(file));
     return true;
@@ -64,6 +66,21 @@ bool DeleteFileEntry(const std::wstring& file) {
 
 }  // namespace
 
+bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
+  const std::wstring child = JoinWide({dir, L"\\", entry.name});
+  // A file link goes like any file: that removes the link.
+  if (entry.IsLink() && entry.IsDirectory()) return RemoveLink(child);
+  if (!entry.IsDirectory()) return DeleteFileEntry(child);
+  const bool removed = DeleteDirectoryTree(child);
+  // The recursive call has normally removed child already, so this usually
+  // fails with 2 and logs it; kept, and it never sets the result.
+  if (!RemoveFolderEntry(child)) {
+    const DWORD error = ::GetLastError();
+    LogInfo(JoinWide({kFailedRemoveDirectory, child, kErrorSuffix, ToWideDecimal(error)}));
+  }
+  return removed;
+}
+
 bool DeleteDirectoryTree(const std::wstring& dir) {
   // The rule for entries holds for the folder passed in too: a link is
   // removed as a link, never walked.
@@ -73,21 +90,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
 
   bool result = true;
   const bool listed = ForEachEntry(dir, [&](const DirectoryEntry& entry) {
-    const std::wstring child = JoinWide({dir, L"\\", entry.name});
-    // A file link goes by DeleteFileW like any file: that removes the link.
-    if (entry.IsLink() && entry.IsDirectory()) {
-      if (!RemoveLink(child)) result = false;
-    } else if (entry.IsDirectory()) {
-      if (!DeleteDirectoryTree(child)) result = false;
-      // The recursive call has normally removed child already, so this
-      // usually fails with 2 and logs it; kept, and it never sets the result.
-      if (!::RemoveDirectoryW(child.c_str())) {
-        const DWORD error = ::GetLastError();
-        LogInfo(JoinWide({kFailedRemoveDirectory, child, kErrorSuffix, ToWideDecimal(error)}));
-      }
-    } else if (!DeleteFileEntry(child)) {
-      result = false;
-    }
+    if (!DeleteEntry(dir, entry)) result = false;
     return true;
   });
   if (!listed) {
@@ -98,7 +101,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
     return false;
   }
 
-  if (::RemoveDirectoryW(dir.c_str())) {
+  if (RemoveFolderEntry(dir)) {
     LogInfo(JoinWide({L"Successfully deleted directory: ", dir}));
     Report(kDirDone, DirParams(dir));
     return result;
@@ -109,7 +112,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
   if (error != ERROR_DIR_NOT_EMPTY) {
     LogInfo(JoinWide({kFailedRemoveDirectory, dir, kErrorSuffix, ToWideDecimal(error)}));
   }
-  if (::MoveFileExW(dir.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+  if (::MoveFileExW(ExtendedLengthPath(dir).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
     LogInfo(JoinWide({L"Scheduled directory deletion on reboot: ", dir}));
     EventParams done = DirParams(dir);
     done["scheduled_reboot"] = BoolText(true);

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "common/directory_entries.h"
+
 namespace oru {
 
 // Removes dir (no trailing backslash) and everything below it. Files in use
@@ -15,6 +17,14 @@ namespace oru {
 // A junction, symbolic link or mount point - dir itself or anything below
 // it - is never entered: the link itself is removed and what it points to is
 // left alone.
+//
+// Every name is reached through its extended-length path: reserved device
+// names, trailing dots and blanks, and paths past MAX_PATH go like any other.
 bool DeleteDirectoryTree(const std::wstring& dir);
+
+// Removes one entry of dir as the walk above does: a directory link as a
+// link, a folder with DeleteDirectoryTree, a file with its fallbacks. True
+// when it went (or was moved away or scheduled).
+bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry);
 
 }  // namespace oru

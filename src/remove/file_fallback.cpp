@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+#include "common/entry_removal.h"
+#include "common/path_rules.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 
@@ -25,8 +27,6 @@ int SystemRandom() { return std::rand(); }
 
 TickSource g_tick = SystemTick;
 RandomSource g_random = SystemRandom;
-
-bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 // Only these two mean "someone still has it open"; anything else will not
 // change by waiting.
@@ -64,16 +64,16 @@ std::wstring GenerateTempDeleteName(const std::wstring& path) {
   for (int pass = 0; pass < kNamePasses; ++pass) {
     wchar_t systemName[MAX_PATH] = {};
     if (::GetTempFileNameW(directory.c_str(), kTempPrefix, 0, systemName) != 0) {
-      if (!Exists(systemName)) {
+      if (!EntryExists(systemName)) {
         LogInfo(JoinWide({L"Generated temp file name: ", systemName}));
         return systemName;
       }
       // The call creates the file it names; an empty placeholder must not
       // stay behind in the user's temporary directory.
-      ::DeleteFileW(systemName);
+      (void)RemoveFileEntry(systemName);
     }
     std::wstring manual = ManualTempDeleteName(directory, g_tick(), g_random(), baseName);
-    if (!Exists(manual)) {
+    if (!EntryExists(manual)) {
       LogInfo(JoinWide({L"Generated temp file name (manual): ", manual}));
       return manual;
     }
@@ -85,7 +85,9 @@ std::wstring GenerateTempDeleteName(const std::wstring& path) {
 
 bool DeleteFileWithFallback(const std::wstring& path) {
   LogInfo(JoinWide({L"Moving file to temp and scheduling deletion: ", path}));
-  if (::DeleteFileW(path.c_str())) {
+  // A plain deletion: the callers have already lifted a read-only attribute
+  // and put it back, so what refuses here is something the move can get past.
+  if (::DeleteFileW(ExtendedLengthPath(path).c_str())) {
     LogInfo(JoinWide({L"Successfully deleted file directly: ", path}));
     return true;
   }
@@ -100,9 +102,9 @@ bool DeleteFileWithFallback(const std::wstring& path) {
   }
 
   std::wstring temp = GenerateTempDeleteName(path);
-  if (Exists(temp)) {
+  if (EntryExists(temp)) {
     LogInfo(JoinWide({L"Temp file already exists, deleting: ", temp}));
-    if (!::DeleteFileW(temp.c_str())) {
+    if (!RemoveFileEntry(temp)) {
       const DWORD error = ::GetLastError();
       LogInfo(JoinWide({L"Failed to delete existing temp file: ", temp, kErrorSuffix, ToWideDecimal(error)}));
       temp = GenerateTempDeleteName(path);
@@ -114,11 +116,11 @@ bool DeleteFileWithFallback(const std::wstring& path) {
       LogInfo(JoinWide({L"Retry attempt ", ToWideDecimal(attempt), L" to move file: ", path}));
       ::Sleep(static_cast<DWORD>(attempt) * kRetryStepMs);
     }
-    if (::MoveFileW(path.c_str(), temp.c_str())) {
+    if (::MoveFileW(ExtendedLengthPath(path).c_str(), ExtendedLengthPath(temp).c_str())) {
       LogInfo(JoinWide({L"Successfully moved file to temp: ", temp}));
       // Once the file has left its place the job is done, whether or not the
       // copy in the temporary directory will ever be removed.
-      if (::MoveFileExW(temp.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+      if (::MoveFileExW(ExtendedLengthPath(temp).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
         LogInfo(JoinWide({L"Scheduled temp file deletion on reboot: ", temp}));
       } else {
         LogInfo(JoinWide({L"Failed to schedule temp file deletion on reboot: ", temp}));
@@ -133,7 +135,7 @@ bool DeleteFileWithFallback(const std::wstring& path) {
   }
 
   LogInfo(JoinWide({L"Failed to move file to temp after all retries: ", path, kArrow, temp}));
-  if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+  if (::MoveFileExW(ExtendedLengthPath(path).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
     LogInfo(JoinWide({L"Scheduled original file deletion on reboot: ", path}));
     return true;
   }
@@ -143,7 +145,7 @@ bool DeleteFileWithFallback(const std::wstring& path) {
 
 bool ScheduleDeleteOnReboot(const std::wstring& path) {
   LogInfo(JoinWide({L"Scheduling for deletion on reboot: ", path}));
-  if (::MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+  if (::MoveFileExW(ExtendedLengthPath(path).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
     LogInfo(JoinWide({L"Successfully scheduled for deletion on reboot: ", path}));
     return true;
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/directory_entries.h"
+#include "common/entry_removal.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
@@ -45,7 +46,7 @@ bool CheckLevel(const std::wstring& path, std::wstring_view listFailed, LevelVer
 // setup.exe first, by every means; the version folder only once it is gone.
 bool DeleteLeftoverSetup(const std::wstring& setupPath) {
   LogInfo(L"Attempting to delete setup.exe: " + setupPath);
-  if (::DeleteFileW(setupPath.c_str())) {
+  if (RemoveFileEntry(setupPath)) {
     LogInfo(L"Successfully deleted setup.exe: " + setupPath);
     return true;
   }
@@ -74,7 +75,7 @@ void DeleteVersionDirectory(const std::wstring& dir) {
   LogInfo(L"Successfully deleted version directory: " + dir);
   // DeleteDirectoryTree has normally removed dir already, so this usually
   // fails with 2 and ends in a harmless reboot request for a missing path.
-  if (::RemoveDirectoryW(dir.c_str())) {
+  if (RemoveFolderEntry(dir)) {
     LogInfo(L"Successfully removed version directory: " + dir);
     return;
   }

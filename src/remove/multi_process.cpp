@@ -1,57 +1,64 @@
 #include "remove/multi_process.h"
 
+#include <windows.h>
+
 #include "common/directory_entries.h"
+#include "common/entry_removal.h"
+#include "common/path_rules.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
+#include "sys/child_process.h"
 
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kPowerShellRemove = L"powershell.exe -Command \"Remove-Item -Path ";
-
 constexpr UINT kTerminatedExitCode = 1;
 
-std::wstring Quoted(const std::wstring& text, std::wstring_view quote) { return JoinWide({quote, text, quote}); }
+std::wstring Quoted(std::wstring_view text, std::wstring_view quote) { return JoinWide({quote, text, quote}); }
 
-// Any failure to read the attributes, access denial included, counts as
-// "gone": that is the whole of the verification.
-bool TargetGone(const std::wstring& target) { return ::GetFileAttributesW(target.c_str()) == INVALID_FILE_ATTRIBUTES; }
+// Verification asks for the exact name the child was given: a plain path
+// would test "name" for "name." and a device for "nul".
+bool TargetGone(const std::wstring& target) { return !EntryExists(target); }
 
-// The two command lines tried for one target. The target goes in unescaped:
-// an apostrophe in it breaks the PowerShell command, a double quote both.
-struct DeletionCommands {
-  std::wstring cmd;
-  std::wstring powerShell;
-};
-
-DeletionCommands FileDeletionCommands(const std::wstring& path) {
-  return {JoinWide({L"cmd.exe /C del /F /Q ", Quoted(path, L"\"")}),
-          JoinWide({kPowerShellRemove, Quoted(path, L"'"), L" -Force\""})};
+// cmd.exe without AutoRun commands (/D) or delayed "!" expansion (/V:OFF);
+// "%" in the target is refused where the command is started.
+std::wstring CmdCommand(std::wstring_view action, const std::wstring& target) {
+  return JoinWide({Quoted(SystemProgramPath(L"cmd.exe"), L"\""), L" /D /V:OFF /C ", action, L" ",
+                   Quoted(ExtendedLengthPath(target), L"\"")});
 }
 
-DeletionCommands DirectoryDeletionCommands(const std::wstring& dir) {
-  return {JoinWide({L"cmd.exe /C rmdir /S /Q ", Quoted(dir, L"\"")}),
-          JoinWide({kPowerShellRemove, Quoted(dir, L"'"), L" -Recurse -Force\""})};
+// No profile scripts, no prompt, and a literal path: no wildcard in the
+// name is expanded. An apostrophe, the one character the quoting knows, is
+// doubled.
+std::wstring PowerShellCommand(const std::wstring& target, std::wstring_view switches) {
+  std::wstring literal;
+  for (const wchar_t c : target) {
+    literal += c;
+    if (c == L'\'') literal += c;
+  }
+  return JoinWide({Quoted(SystemProgramPath(L"WindowsPowerShell\\v1.0\\powershell.exe"), L"\""),
+                   L" -NoProfile -NonInteractive -Command \"Remove-Item -LiteralPath ", Quoted(literal, L"'"), L" ",
+                   switches, L"\""});
 }
 
 }  // namespace
 
+DeletionCommands FileDeletionCommands(const std::wstring& path) {
+  return {CmdCommand(L"del /F /Q", path), PowerShellCommand(path, L"-Force")};
+}
+
+DeletionCommands DirectoryDeletionCommands(const std::wstring& dir) {
+  return {CmdCommand(L"rmdir /S /Q", dir), PowerShellCommand(dir, L"-Recurse -Force")};
+}
+
 std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation) {
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESHOWWINDOW;
-  startup.wShowWindow = SW_HIDE;
-  PROCESS_INFORMATION info{};
-  std::wstring writable = commandLine;
-  if (!::CreateProcessW(nullptr, writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info)) {
-    const DWORD error = ::GetLastError();
+  std::uint32_t error = 0;
+  const UniqueHandle process = StartChildProcess(commandLine, true, error);
+  if (!process) {
     LogInfo(JoinWide({L"Failed to create child process for ", operation, kErrorSuffix, ToWideDecimal(error)}));
     return kChildFailed;
   }
-  UniqueHandle process(info.hProcess);
-  UniqueHandle thread(info.hThread);
-
   if (::WaitForSingleObject(process.get(), timeoutMs) == WAIT_TIMEOUT) {
     LogInfo(L"Child process timed out, terminating it");
     ::TerminateProcess(process.get(), kTerminatedExitCode);
@@ -158,7 +165,7 @@ void DeleteEmptyParentDirectory(const std::wstring& filePath) {
   }
 
   LogInfo(L"Parent directory is empty, attempting to delete: " + parent);
-  if (::RemoveDirectoryW(parent.c_str())) {
+  if (RemoveFolderEntry(parent)) {
     LogInfo(L"Successfully deleted empty parent directory: " + parent);
     DeleteEmptyParentDirectory(parent);
     return;

@@ -1,9 +1,9 @@
 #pragma once
 
 // Deleting a file or directory from outside the uninstaller's own process:
-// a hidden cmd.exe first, a hidden PowerShell second, each with a time limit,
-// and the target's absence checked after each, since a child's exit code
-// alone proves nothing.
+// a hidden cmd.exe first, a hidden PowerShell second, each started from the
+// system directory by its full path and with a time limit, and the target's
+// absence checked after each, since a child's exit code alone proves nothing.
 
 #include <cstdint>
 #include <string>
@@ -20,8 +20,19 @@ inline constexpr std::uint32_t kDeleteDirectoryTimeoutMs = 10000;
 // The child's failure value: it could not be started, or it timed out.
 inline constexpr std::uint32_t kChildFailed = 0xFFFFFFFF;
 
-// Runs commandLine hidden, waiting at most timeoutMs. Returns its exit code,
-// or kChildFailed when it could not start or had to be terminated (logged).
+// The two command lines tried for one target: cmd.exe with /D /V:OFF and
+// the target's extended-length path, PowerShell with -NoProfile
+// -NonInteractive and Remove-Item -LiteralPath, apostrophes doubled.
+struct DeletionCommands {
+  std::wstring cmd;
+  std::wstring powerShell;
+};
+[[nodiscard]] DeletionCommands FileDeletionCommands(const std::wstring& path);
+[[nodiscard]] DeletionCommands DirectoryDeletionCommands(const std::wstring& dir);
+
+// Runs commandLine hidden through StartChildProcess, waiting at most
+// timeoutMs. Returns its exit code, or kChildFailed when it was refused,
+// could not start or had to be terminated (logged).
 std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t timeoutMs, const std::wstring& operation);
 
 // Tries cmdCommand, then powerShellCommand. True when one of them exited 0

@@ -1,8 +1,6 @@
 #include "remove/self_delete_script.h"
 
 #include <windows.h>
-// shellapi.h needs windows.h first.
-#include <shellapi.h>
 
 #include <cstdio>
 #include <memory>
@@ -11,6 +9,7 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
+#include "sys/child_process.h"
 
 namespace oru {
 namespace {
@@ -21,11 +20,14 @@ constexpr size_t kMaxInstallPathLength = 256;
 constexpr wchar_t kScriptMode[] = L"w, ccs=UTF-8";
 
 // One format string per line, each written by its own call. Doubled percent
-// signs come out single: they are batch variables, not formatting.
+// signs come out single: they are batch variables, not formatting. The
+// script is started in the run's empty folder (%2) too, so a "cd" that fails
+// leaves it there: Wine's "rd /s" empties its current directory when a path
+// runs too deep, and that must never be a folder of the user's.
 constexpr const wchar_t* kScriptLines[] = {
     L"@echo off\n",                   // no echo of the commands
     L"timeout /t 2 /nobreak >nul\n",  // let the uninstaller exit first
-    L"cd /d %%TEMP%%\n",              // leave the directory being removed
+    L"cd /d \"%%~2\"\n",              // into the run's empty folder, never a user's
     L"rd /s /q \"%%~1\"\n",           // remove the directory given as argument
     L"del \"%%~f0\" >nul 2>nul\n",    // normally already gone with the directory
 };
@@ -64,7 +66,15 @@ void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
   const std::wstring script = SelfDeleteScriptPath(dir);
   if (!WriteSelfDeleteScript(script)) return;
   // Nothing waits for the script: it must outlive this process.
-  ::ShellExecuteW(nullptr, L"open", script.c_str(), JoinWide({L"\"", dir, L"\""}).c_str(), nullptr, SW_HIDE);
+  std::uint32_t error = 0;
+  (void)StartChildProcess(SelfDeleteCommandLine(script, dir, ChildWorkingDirectory()), true, error);
+}
+
+std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
+                                   const std::wstring& workingDirectory) {
+  // cmd /C drops the outermost pair of quotes around what follows it.
+  return JoinWide({L"\"", SystemProgramPath(L"cmd.exe"), L"\" /D /V:OFF /C \"\"", script, L"\" \"", dir, L"\" \"",
+                   workingDirectory, L"\"\""});
 }
 
 }  // namespace oru

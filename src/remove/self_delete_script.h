@@ -13,9 +13,16 @@ namespace oru {
 // over 256 characters, or a directory that cannot be listed.
 [[nodiscard]] bool NeedsSelfDeleteUninstall(const std::wstring& installPath);
 
-// Writes dir\_deldir.bat and starts it hidden with dir as its argument.
-// Failures are silent beyond the first log line.
+// Writes dir\_deldir.bat and starts it hidden through the system's cmd.exe,
+// with dir and the run's empty working folder as its arguments; the script
+// runs in that folder, never in a folder of the user's. Failures are silent
+// beyond the first log line (a refused start logs its reason).
 void CreateAndRunSelfDeleteDirScript(const std::wstring& dir);
+
+// The command line that starts the script: cmd.exe by its full path, with
+// /D /V:OFF, and the script, dir and workingDirectory each quoted.
+[[nodiscard]] std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
+                                                 const std::wstring& workingDirectory);
 
 // The script's full path for dir.
 [[nodiscard]] std::wstring SelfDeleteScriptPath(const std::wstring& dir);

@@ -5,6 +5,7 @@
 #include <array>
 #include <string_view>
 
+#include "common/entry_removal.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
 
@@ -34,10 +35,7 @@ bool CopyFileWithRetry(const std::wstring& source, const std::wstring& destinati
       ::Sleep(kRetryWaitStepMs * static_cast<DWORD>(attempt - 1));
     }
     // A copy left read-only by an earlier attempt would refuse to be overwritten.
-    if (::GetFileAttributesW(destination.c_str()) != INVALID_FILE_ATTRIBUTES) {
-      ::SetFileAttributesW(destination.c_str(), FILE_ATTRIBUTE_NORMAL);
-      ::DeleteFileW(destination.c_str());
-    }
+    if (EntryExists(destination)) (void)RemoveFileEntry(destination);
     DWORD error = ERROR_SUCCESS;
     if (::CopyFileW(source.c_str(), destination.c_str(), FALSE)) {
       const DWORD attributes = ::GetFileAttributesW(destination.c_str());

@@ -40,8 +40,14 @@ void TempDirectoryManager::CleanupStaleDirectories() {
   std::uint64_t freedBytes = 0;
 
   // Every folder in `parent` named `prefix` + anything, except `prefix` +
-  // this process's id.
-  const auto sweep = [&](const std::wstring& parent, std::wstring_view prefix) {
+  // this process's id. `parent` is listed only when no link lies on the way
+  // from `known` down to it.
+  const auto sweep = [&](const std::wstring& known, const std::wstring& parent, std::wstring_view prefix) {
+    const std::wstring link = FindLinkFrom(known, parent);
+    if (!link.empty()) {
+      LogInfo(kStaleLinkLeftAlone + link);
+      return;
+    }
     const std::wstring ownName = JoinWide({prefix, ToWideDecimal(ProcessId())});
     ForEachEntry(parent, [&](const DirectoryEntry& entry) {
       if (!entry.IsDirectory() || !StartsWithIgnoreCase(entry.name, prefix) || entry.name == ownName) return true;
@@ -61,20 +67,22 @@ void TempDirectoryManager::CleanupStaleDirectories() {
   const DWORD tempLength = ::GetTempPathW(MAX_PATH, temp);
   if (tempLength > 0 && tempLength < MAX_PATH) {
     if (temp[tempLength - 1] == L'\\') temp[tempLength - 1] = L'\0';
-    sweep(temp, L"OruSetup_");
+    sweep(temp, temp, L"OruSetup_");
   }
 
   wchar_t localAppData[MAX_PATH] = {};
   if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData))) {
-    sweep(JoinWide({localAppData, L"\\OruSetup"}), L"Temp_");
+    sweep(localAppData, JoinWide({localAppData, L"\\OruSetup"}), L"Temp_");
   }
 
   if (exeDir[0] != L'\0') {
-    const std::wstring besideExecutable = JoinWide({exeDir, L"\\.OruSetupTemp"});
-    if (IsLink(besideExecutable)) {
-      LogInfo(kStaleLinkLeftAlone + besideExecutable);
-    } else if (IsDirectory(::GetFileAttributesW(besideExecutable.c_str()))) {
-      RemoveStaleDirectory(besideExecutable, L".OruSetupTemp", count, freedBytes);
+    for (const wchar_t* name : {L".OruSetupTemp", L".OruSetupTemp_cwd"}) {
+      const std::wstring besideExecutable = JoinWide({exeDir, L"\\", name});
+      if (IsLink(besideExecutable)) {
+        LogInfo(kStaleLinkLeftAlone + besideExecutable);
+      } else if (IsDirectory(::GetFileAttributesW(besideExecutable.c_str()))) {
+        RemoveStaleDirectory(besideExecutable, name, count, freedBytes);
+      }
     }
   }
 

@@ -66,20 +66,19 @@ bool TempDirectoryManager::Initialize(std::uint64_t required, bool cleanupStale)
     initialized = true;
     LogInfo(kCreated + std::wstring(tempDir));
     LogInfo(L"使用策略: 系统临时目录");
-    return true;
-  }
-  if (TryCreateInLocalAppData()) {
+  } else if (TryCreateInLocalAppData()) {
     strategy = 1;
     initialized = true;
     LogInfo(kCreated + std::wstring(tempDir));
     LogInfo(L"使用策略: LocalAppData目录");
-    return true;
-  }
-  if (TryCreateBesideExecutable()) {
+  } else if (TryCreateBesideExecutable()) {
     strategy = 2;
     initialized = true;
     LogWarning(L"使用备用方案: EXE同目");
     LogInfo(L"临时目录: " + std::wstring(tempDir));
+  }
+  if (initialized) {
+    CreateWorkingDirectory();
     return true;
   }
   LogError(L"无法创建临时目录，所有策略都失败");
@@ -112,6 +111,12 @@ bool TempDirectoryManager::TryCreateInSystemTemp() {
     return false;
   }
   if (temp[length - 1] == L'\\') temp[length - 1] = L'\0';
+  // A linked temporary folder would put the workspace, and what the sweep
+  // deletes, wherever it points.
+  if (IsLink(temp)) {
+    LogInfo(kLinkOnTheWay + std::wstring(temp));
+    return false;
+  }
   if (!FormatPath(tempDir, L"%ls\\OruSetup_%u", temp, ProcessId())) {
     LogInfo(kTempPathFailed);
     return false;
@@ -151,8 +156,14 @@ bool TempDirectoryManager::TryCreateInLocalAppData() {
     return false;
   }
   // Unlike the other places, an existing directory here is kept as it is -
-  // but never a link, which would put the workspace wherever it points.
-  if (IsLink(tempDir) || !CreateDirectoryTree(tempDir)) {
+  // but never through a link, which would put the workspace wherever it
+  // points: none from the known folder down to the workspace itself.
+  const std::wstring link = FindLinkFrom(localAppData, tempDir);
+  if (!link.empty()) {
+    LogInfo(kLinkOnTheWay + link);
+    return false;
+  }
+  if (!CreateDirectoryTree(tempDir)) {
     LogInfo(kDirectoryCreateFailed);
     return false;
   }
@@ -190,8 +201,20 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
   return true;
 }
 
+void TempDirectoryManager::CreateWorkingDirectory() {
+  if (!FormatPath(workDir, L"%ls_cwd", tempDir) || !CreateHiddenDirectory(workDir)) {
+    workDir[0] = L'\0';
+    LogWarning(L"No empty working folder for child processes; none will be started");
+  }
+}
+
 void TempDirectoryManager::Cleanup() {
   if (!initialized) return;
+  // The self-deleting script may still stand in it: then a later run's
+  // sweep takes it.
+  if (workDir[0] != L'\0' && !DeleteDirectoryRecursive(workDir)) {
+    LogInfo(L"Working folder still in use, left for a later run: " + std::wstring(workDir));
+  }
   LogInfo(L"开始清理临时目�?..");
   if (DeleteDirectoryRecursive(tempDir)) {
     LogInfo(L"临时目录清理成功: " + std::wstring(tempDir));

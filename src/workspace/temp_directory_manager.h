@@ -8,6 +8,7 @@
 //   0: %TEMP%\OruSetup_<pid>
 //   1: %LOCALAPPDATA%\OruSetup\Temp_<pid>
 //   2: <exe dir>\.OruSetupTemp
+// A place with a link anywhere from its known folder down is not used.
 // Every step is logged; nothing throws and nothing is shown to the user.
 // A directory entry that is a link (reparse point) is never entered: only
 // the link itself is removed.
@@ -40,19 +41,26 @@ class TempDirectoryManager {
   // The workspace and its library subdirectory; empty until a place was tried.
   [[nodiscard]] std::wstring GetTempDirectory() const;
   [[nodiscard]] std::wstring GetTavrinDirectory() const;
+  // An empty folder beside the workspace ("<workspace>_cwd") in which every
+  // child process of the run is started; empty when it could not be made.
+  // Unlike the workspace it may outlive the run - the self-deleting script
+  // stands in it - and is then left to a later run's sweep.
+  [[nodiscard]] std::wstring GetWorkingDirectory() const { return workDir; }
   // 0, 1 or 2: the place chosen (meaningful once initialized).
   [[nodiscard]] std::uint32_t GetStrategy() const { return strategy; }
 
   // True once Initialize has found a place.
   [[nodiscard]] bool IsInitialized() const { return initialized; }
 
-  // Deletes the workspace now; nothing is scheduled for later. Does nothing
-  // before a successful Initialize.
+  // Deletes the workspace and the working folder now; nothing is scheduled
+  // for later. Does nothing before a successful Initialize.
   void Cleanup();
   void CleanupOnExit();
 
-  // Deletes every OruSetup_*, Temp_* and .OruSetupTemp workspace except this
-  // process's own, whether or not the process that made it still runs.
+  // Deletes every OruSetup_*, Temp_* and .OruSetupTemp workspace (and
+  // working folder) except this process's own, whether or not the process
+  // that made it still runs. A place reached through a link - the known
+  // folder itself or any folder below it - is neither listed nor entered.
   void CleanupStaleDirectories();
 
   // True when the volume of `path` has requiredBytes plus a 50 MiB margin
@@ -78,6 +86,7 @@ class TempDirectoryManager {
   bool TryCreateInSystemTemp();
   bool TryCreateInLocalAppData();
   bool TryCreateBesideExecutable();
+  void CreateWorkingDirectory();
   // Deletes one stale workspace and adds it to the tally when it went.
   void RemoveStaleDirectory(const std::wstring& path, const std::wstring& name, unsigned& count,
                             std::uint64_t& freedBytes);
@@ -85,6 +94,7 @@ class TempDirectoryManager {
   wchar_t tempDir[kPathCapacity] = {};
   wchar_t tavrinDir[kPathCapacity] = {};
   wchar_t exeDir[kPathCapacity] = {};
+  wchar_t workDir[kPathCapacity] = {};
   std::uint32_t strategy = 0;
   bool initialized = false;
   bool autoCleanup = true;

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "common/directory_entries.h"
+#include "common/entry_removal.h"
 #include "common/links.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
@@ -26,7 +27,7 @@ constexpr char kWriteTestContent[] = "OruSetup Write Test";  // written with its
 // removes the link and leaves its target alone.
 bool RemoveLink(const std::wstring& path) {
   LogInfo(kDeleteLinkOnly + path);
-  if (::RemoveDirectoryW(path.c_str())) return true;
+  if (RemoveFolderEntry(path)) return true;
   const DWORD error = ::GetLastError();
   LogInfo(kRemoveFailed + ToWideDecimal(error));
   return false;
@@ -68,7 +69,7 @@ bool TempDirectoryManager::TestWriteAccess(const std::wstring& directory) {
   const bool wrote = ::WriteFile(file.get(), kWriteTestContent, sizeof(kWriteTestContent), &written, nullptr) != 0;
   const DWORD error = ::GetLastError();
   file.reset();
-  ::DeleteFileW(probe);
+  (void)RemoveFileEntry(probe);
   if (!wrote) {
     LogInfo(kWriteTestFailed + ToWideDecimal(error));
     return false;
@@ -155,9 +156,9 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
       DeleteDirectoryRecursive(child);
       ++directories;
     } else {
-      // Read-only files are deleted too: the attribute is cleared first.
-      ::SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
-      ::DeleteFileW(child.c_str());
+      // Read-only files are deleted too: the attribute is lifted from the
+      // file alone.
+      (void)RemoveFileEntry(child);
       ++files;
     }
     return true;
@@ -169,8 +170,7 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   }
 
   LogInfo(JoinWide({L"      删除", ToWideDecimal(files), L" 个文 ", ToWideDecimal(directories), L" 个子目录"}));
-  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-  if (::RemoveDirectoryW(path.c_str())) {
+  if (RemoveFolderEntry(path)) {
     LogInfo(L"      RemoveDirectory 成功");
     return true;
   }

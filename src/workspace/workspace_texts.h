@@ -28,6 +28,9 @@ inline constexpr wchar_t kRemoveFailed[] = L"      RemoveDirectory 失败，错�
 // Not among the product's historic texts: a link is removed, never entered.
 inline constexpr wchar_t kDeleteLinkOnly[] = L"      链接只删除自身，不进入: ";
 
+// Not historic: a place reached through a link is not used, nor swept.
+inline constexpr wchar_t kLinkOnTheWay[] = L"  链接在路径上，不使用: ";
+
 // Stale workspaces of earlier runs.
 // Not historic either: a link named like a workspace is never followed.
 inline constexpr wchar_t kStaleLinkLeftAlone[] = L"  跳过链接（不是工作目录）: ";

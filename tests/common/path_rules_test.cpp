@@ -35,6 +35,28 @@ TEST(PathRules, PlainFolderNames) {
   }
 }
 
+TEST(PathRules, ExtendedLengthFormOnlyForAbsolutePathsWithoutDotSegments) {
+  const struct {
+    const wchar_t* path;
+    const wchar_t* extended;
+  } rows[] = {
+      {L"C:\\a\\nul", L"\\\\?\\C:\\a\\nul"},
+      {L"c:\\a\\name. \\aux.txt", L"\\\\?\\c:\\a\\name. \\aux.txt"},
+      {L"C:\\", L"\\\\?\\C:\\"},
+      {L"\\\\server\\share\\a", L"\\\\?\\UNC\\server\\share\\a"},
+      {L"\\\\?\\C:\\a", L"\\\\?\\C:\\a"},
+      {L"\\\\.\\C:\\a", L"\\\\.\\C:\\a"},
+      {L"C:\\a\\..\\b", L"C:\\a\\..\\b"},
+      {L"C:\\a\\.", L"C:\\a\\."},
+      {L"C:\\Temp\\\\oru_del_1", L"C:\\Temp\\\\oru_del_1"},
+      {L"C:/a/b", L"C:/a/b"},
+      {L"C:a", L"C:a"},
+      {L"a\\b", L"a\\b"},
+      {L"", L""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(ExtendedLengthPath(row.path), row.extended) << row.path;
+}
+
 TEST(PathRules, SameOrInsideComparesWholeSegmentsIgnoringCase) {
   EXPECT_TRUE(IsSameOrInside(L"C:\\Users\\Me", L"c:\\users\\me"));
   EXPECT_TRUE(IsSameOrInside(L"C:\\Users\\me\\Documents", L"C:\\Users"));

@@ -20,7 +20,10 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "remove/self_delete_script.h"
+#include "support/child_process.h"
+#include "support/reboot_list.h"
 #include "support/test_paths.h"
+#include "sys/child_process.h"
 
 namespace oru::test {
 namespace {
@@ -126,7 +129,9 @@ TEST(Containment, LinksAreNeverEntered) {
     bool setupRuns;      // the record still holds
     bool leftoversOnly;  // the shape after which the script would start, but for the link
     std::function<bool(StagedInstall&)> link;
+    Env env = {};
   };
+  const std::wstring linkedTemp = LocalAppData() + L"\\Linked Temp";
   const Row rows[] = {
       {"inside the version folder", true, true,
        [&](StagedInstall& i) { return i.Link(i.versionDir + L"\\linked", target); }},
@@ -161,6 +166,20 @@ TEST(Containment, LinksAreNeverEntered) {
        }},
       {"named like a stale workspace", true, false,
        [&](StagedInstall& i) { return i.Link(TempFolder() + L"\\OruSetup_99998", target); }},
+      {"as %LOCALAPPDATA%\\OruSetup, a foreign Temp_ folder behind it", true, false,
+       [&](StagedInstall& i) {
+         i.AddSentinel(target + L"\\Temp_99997\\keep.txt");
+         RemoveTree(LocalAppData() + L"\\OruSetup");
+         return i.Link(LocalAppData() + L"\\OruSetup", target);
+       }},
+      {"as %TEMP% itself, a foreign OruSetup_ folder behind it",
+       true,
+       false,
+       [&](StagedInstall& i) {
+         i.AddSentinel(target + L"\\OruSetup_99996\\keep.txt");
+         return i.Link(linkedTemp, target);
+       },
+       {{L"TEMP", linkedTemp}, {L"TMP", linkedTemp}}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -170,7 +189,9 @@ TEST(Containment, LinksAreNeverEntered) {
     install.PlantForeignProduct(target);
     if (!row.link(install)) GTEST_SKIP() << "directory links can only be made under Wine here";
 
-    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), install.installPath);
+    Env env = kFailedBrowserUninstall;
+    env.insert(row.env.begin(), row.env.end());
+    ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath);
     EXPECT_EQ(!install.SetupTrace().empty(), row.setupRuns);
     EXPECT_FALSE(Exists(target + L"\\uninstall\\oru_uninstall.log")) << "log written through a link";
   }
@@ -197,6 +218,102 @@ TEST(Containment, SelfDeleteOnlyForItsOwnInstallation) {
     SetValue(kProductKey, kInstallPathValue, userFolder);
     ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), userFolder);
     EXPECT_EQ(install.SetupTrace(), "");
+  }
+}
+
+// Shapes only extended-length paths reach, or deep enough to send Wine's
+// "rd /s" into its working directory: the uninstaller removes them itself
+// before the script starts in a folder of the run's own. Nothing outside
+// changes (%TEMP% and this test's own folder included), the log is where the
+// registry says, and nothing is left but the directory Wine's script stands in.
+TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
+  const std::wstring reserved[] = {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log", L"name.", L"name "};
+  const std::wstring product = LocalAppData() + L"\\Oru.stravo\\";
+  const auto deep = [](std::wstring dir, size_t length) {
+    while (dir.size() < length) dir += L"\\" + std::wstring(60, L'd');
+    return WriteFileAt(dir + L"\\f.txt");
+  };
+  struct Row {
+    std::string name;
+    std::wstring installPath, pv;
+    std::function<bool(const StagedInstall&)> plant;
+  };
+  std::vector<Row> rows = {
+      {"a deep folder in uninstall", L"", L"", [&](auto& i) { return deep(i.uninstallDir + L"\\deep", 300); }},
+      {"a 228-character installation", product + std::wstring(228 - product.size(), L'p'), L"",
+       [](auto& i) { return WriteFileAt(i.uninstallDir + L"\\logs\\a.txt"); }},
+      {"a 1,000-character tree", L"", L"", [&](auto& i) { return deep(i.uninstallDir + L"\\tree", 1000); }},
+      {"reserved names in uninstall", L"", L"",
+       [&](auto& i) {
+         bool made = true;
+         for (const std::wstring& name : reserved) {
+           made = WriteFileAt(i.uninstallDir + L"\\" + name) && made;
+           made = WriteFileAt(i.uninstallDir + L"\\folders\\" + name + L"\\f.txt") && made;
+         }
+         return made;
+       }},
+  };
+  for (const wchar_t* pv : {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log"}) {
+    rows.push_back({"the version folder " + WideToUtf8(pv), L"", pv, {}});
+  }
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    StageOptions options{row.installPath, row.pv, true, true};
+    StagedInstall install(options);
+    ASSERT_TRUE(!row.plant || row.plant(install));
+    const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
+    EXPECT_TRUE(SelfDeleteStarted(install.installPath));
+    ExpectContained(install, exitCode, L"");
+    EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
+  }
+}
+
+// A cmd.exe and a powershell.exe planted beside the uninstaller and in the
+// folder it is started from, with the clean-up driven to its last resort
+// (setup.exe held open, reboot scheduling denied): only the system's run.
+// The plants are setup stand-ins, which would leave a line in its trace.
+TEST(Containment, PlantedProgramsNeverRun) {
+  StageOptions options;
+  options.leftoversOnly = true;
+  StagedInstall install(options);
+  install.currentDir = LocalAppData() + L"\\Oru Start Folder";
+  install.AddSentinel(install.currentDir + L"\\keep.txt");
+  for (const std::wstring& dir : {install.uninstallDir, install.currentDir}) {
+    for (const wchar_t* name : {L"cmd.exe", L"powershell.exe"}) {
+      ASSERT_TRUE(::CopyFileW(BinFile(L"setup_stub.exe").c_str(), (dir + L"\\" + name).c_str(), FALSE));
+    }
+  }
+  ChildProcess holder = ChildProcess::HoldFile(install.setupExe);
+  RebootSchedulingDenied denied;
+  ASSERT_TRUE(holder.valid() && denied.Applied());
+
+  ExpectContained(install, install.Run(L"--silent-oru"), install.installPath);
+  EXPECT_EQ(install.SetupTrace(), "");
+  const std::string log = install.FinalLog();
+  for (const wchar_t* program : {L"cmd.exe", L"WindowsPowerShell\\v1.0\\powershell.exe"}) {
+    EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemProgramPath(program) + L"\" "))) << WideToUtf8(program);
+  }
+}
+
+// The record in another spelling of the same folder, its short form or
+// other letter case, is judged as the folder it names: the script starts,
+// and the log is kept outside what it removes, where the registry says.
+TEST(Containment, ShortOrRecasedRecordStillKeepsTheLog) {
+  for (const bool shortForm : {true, false}) {
+    SCOPED_TRACE(shortForm ? "short form" : "upper case");
+    StageOptions options;
+    options.leftoversOnly = true;
+    StagedInstall install(options);
+    wchar_t shortPath[MAX_PATH] = {};
+    ::GetShortPathNameW(install.installPath.c_str(), shortPath, MAX_PATH);
+    std::wstring recorded = shortForm ? shortPath : install.installPath;
+    if (!shortForm) std::transform(recorded.begin(), recorded.end(), recorded.begin(), ::towupper);
+    ASSERT_NE(recorded, install.installPath);
+    SetValue(kProductKey, kInstallPathValue, recorded);
+    const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
+    EXPECT_TRUE(SelfDeleteStarted(install.installPath));
+    ExpectContained(install, exitCode, L"");
+    EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
 }
 

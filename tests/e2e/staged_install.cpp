@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "common/path_rules.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
@@ -17,8 +18,8 @@ constexpr wchar_t kUnrelatedKey[] = L"SOFTWARE\\Kelvane\\other.product";
 constexpr char kSentinelText[] = "not the product's: must survive\n";
 
 void Copy(const std::wstring& from, const std::wstring& to) {
-  fs::create_directories(fs::path(to).parent_path());
-  ::CopyFileW(from.c_str(), to.c_str(), FALSE);
+  WriteFileAt(to, "");  // its folders, whatever their names
+  ::CopyFileW(from.c_str(), ExtendedLengthPath(to).c_str(), FALSE);
 }
 
 // scripts/test stages the signed release executable through this variable
@@ -58,7 +59,7 @@ void SetValue(const std::wstring& subKey, const std::wstring& name, const std::w
 
 StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAppData() + L"\\Oru.stravo") {
   installPath = options.installPath.empty() ? productRoot_ + L"\\Application" : options.installPath;
-  pv = kStagedPv;
+  pv = options.pv.empty() ? kStagedPv : options.pv;
   versionDir = installPath + L"\\" + pv;
   setupExe = versionDir + L"\\Installer\\setup.exe";
   uninstallDir = installPath + L"\\uninstall";
@@ -84,7 +85,8 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
   const fs::path parent = fs::path(installPath).parent_path();
   for (const auto& sentinel :
        {parent.wstring() + L"\\sentinel_beside.txt", parent.parent_path().wstring() + L"\\sentinel_above.txt",
-        TempFolder() + L"\\oru_sentinel.txt", productRoot_ + L"\\User Data\\Default\\Preferences"}) {
+        TempFolder() + L"\\oru_sentinel.txt", productRoot_ + L"\\User Data\\Default\\Preferences",
+        fs::current_path().wstring() + L"\\oru_sentinel_cwd.txt"}) {
     AddSentinel(sentinel);
   }
   PlantForeignProduct(LocalAppData() + L"\\Other Vendor\\App");

@@ -8,6 +8,7 @@
 //   %LOCALAPPDATA%\Oru.stravo\Application\uninstall\oru_uninstall.exe
 // with the registry keys the uninstaller reads and deletes, and sentinels
 // outside it that must survive every run: beside and above it, in %TEMP%, in
+// the test's own working directory, in
 // the browser profile (Oru.stravo\User Data) and in another vendor's product
 // (%LOCALAPPDATA%\Other Vendor\App) that has its own Installer\setup.exe.
 
@@ -26,7 +27,8 @@
 
 namespace oru::test {
 
-// The version every staged installation has (its pv and version folder).
+// The version a staged installation has unless told otherwise (its pv and
+// version folder).
 inline constexpr wchar_t kStagedPv[] = L"1.4.2.7";
 
 // Environment variables for a run, read by the stand-ins.
@@ -34,6 +36,7 @@ using Env = std::map<std::wstring, std::wstring>;
 
 struct StageOptions {
   std::wstring installPath;  // empty: %LOCALAPPDATA%\Oru.stravo\Application
+  std::wstring pv;           // empty: kStagedPv
   bool setupExe = true;      // the stand-in setup.exe
   // Only what a failed browser uninstall leaves: uninstall\ and <pv>\Installer\setup.exe.
   bool leftoversOnly = false;

@@ -21,8 +21,7 @@ using Params = EventParams;
 
 // Paths go into events as UTF-8; the Chinese folder name proves the
 // conversion. The subfolder, already gone, still gets a failed removal line.
-// A read-only file refuses deletion with 5, which counts as in use: it is
-// moved away and counts as done.
+// A read-only file goes at once: the attribute is lifted from it alone.
 TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound) {
   TempDir dir;
   const std::wstring root = dir.MakeDir(L"root");
@@ -33,7 +32,7 @@ TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound
   LogCapture log;
   EXPECT_TRUE(DeleteDirectoryTree(root));
   EXPECT_FALSE(Exists(root));
-  EXPECT_TRUE(log.Has(L"File in use, moving to temp and scheduling for deletion: " + inner));
+  EXPECT_TRUE(log.Has(L"Successfully deleted file: " + inner));
   EXPECT_TRUE(log.Has(L"Failed to remove directory: " + sub + L", error: 2"));
 
   const std::vector<EventReporter::PendingEvent> expected = {

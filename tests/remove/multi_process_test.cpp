@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "common/strings.h"
+
 #include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
+#include "sys/child_process.h"
 #include "sys/process.h"
 
 namespace oru {
@@ -17,10 +20,48 @@ using test::TempDir;
 
 std::wstring Quoted(const std::wstring& path) { return L"\"" + path + L"\""; }
 
+// Children start only in a working folder of the run's own.
+struct RunWorkingFolder {
+  TempDir dir;
+  RunWorkingFolder() { SetChildWorkingDirectory(dir.path()); }
+  ~RunWorkingFolder() { SetChildWorkingDirectory({}); }
+};
+
+// The system's programs by full path; cmd without AutoRun or "!" expansion
+// and an extended path; PowerShell without profile or prompt, on a literal
+// path whose apostrophes are doubled.
+TEST(DeletionCommands, SystemProgramsByFullPathWithTheirSafetySwitches) {
+  const std::wstring cmd = Quoted(SystemProgramPath(L"cmd.exe"));
+  const std::wstring ps = Quoted(SystemProgramPath(L"WindowsPowerShell\\v1.0\\powershell.exe"));
+  ASSERT_EQ(cmd.find(L"\\cmd.exe"), cmd.size() - 9);
+  const DeletionCommands file = FileDeletionCommands(L"C:\\a\\it's [1].txt");
+  EXPECT_EQ(file.cmd, cmd + L" /D /V:OFF /C del /F /Q \"\\\\?\\C:\\a\\it's [1].txt\"");
+  EXPECT_EQ(file.powerShell, ps + L" -NoProfile -NonInteractive -Command \"Remove-Item -LiteralPath "
+                                  L"'C:\\a\\it''s [1].txt' -Force\"");
+  const DeletionCommands dir = DirectoryDeletionCommands(L"C:\\a\\nul");
+  EXPECT_EQ(dir.cmd, cmd + L" /D /V:OFF /C rmdir /S /Q \"\\\\?\\C:\\a\\nul\"");
+  EXPECT_EQ(dir.powerShell,
+            ps + L" -NoProfile -NonInteractive -Command \"Remove-Item -LiteralPath 'C:\\a\\nul' -Recurse -Force\"");
+}
+
+// Only a quoted absolute program starts, and cmd is never handed a "%".
+TEST(ChildCommandRefusal, SearchedProgramsAndPercentForCmdAreRefused) {
+  const std::wstring cmd = Quoted(SystemProgramPath(L"cmd.exe"));
+  for (const std::wstring& line : {cmd + L" /D /C del \"C:\\a\\b\"", Quoted(L"C:\\x\\setup.exe") + L" --p=%TEMP%"}) {
+    EXPECT_EQ(ChildCommandRefusal(line), L"") << WideToUtf8(line);
+  }
+  for (const std::wstring& line : {std::wstring(L"cmd.exe /C del x"), Quoted(L"cmd.exe") + L" /C x",
+                                   Quoted(L"..\\cmd.exe") + L" /C x", std::wstring(L"\"C:\\unclosed /C x"),
+                                   cmd + L" /D /C del \"C:\\a\\%TEMP%\"", Quoted(L"C:\\x\\CMD.EXE") + L" /C %x%"}) {
+    EXPECT_NE(ChildCommandRefusal(line), L"") << WideToUtf8(line);
+  }
+}
+
 // The real cmd.exe, on a read-only file (the last resort must not stop at
 // that) whose path has an apostrophe cmd copes with; the folder the file
 // deletion emptied goes too, and the climb stops at ours.
 TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {
+  RunWorkingFolder working;
   TempDir dir;
   dir.WriteFile(L"keep.txt");
   const std::wstring file = dir.WriteFile(L"sub\\it's.txt");
@@ -38,6 +79,7 @@ TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {
 // A child's success is not believed while the target remains; a child that
 // hangs is terminated at its time-out.
 TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangingOneTerminated) {
+  RunWorkingFolder working;
   TempDir dir;
   const std::wstring target = dir.WriteFile(L"target.txt");
   const std::wstring hangName = L"hang_" + std::to_wstring(::GetCurrentProcessId()) + L".exe";
@@ -58,8 +100,18 @@ TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangin
   // Termination is not waited for; give it a moment to leave the list.
   for (int i = 0; i < 20 && IsProcessRunning(hangName); ++i) ::Sleep(100);
   EXPECT_FALSE(IsProcessRunning(hangName));
-  // A child that cannot start fails the same way.
-  EXPECT_EQ(RunChildProcess(L"Z:\\no\\such\\program.exe", 5000, kDeleteFileOperation), kChildFailed);
+}
+
+// Children stand in the run's empty folder, never in the uninstaller's own;
+// without one, none starts.
+TEST(RunChildProcess, RunsInTheRunsWorkingFolderAndNotWithoutOne) {
+  TempDir out;
+  const std::wstring command = Quoted(SystemProgramPath(L"cmd.exe")) + L" /D /C cd > " + Quoted(out.Child(L"cwd.txt"));
+  EXPECT_EQ(RunChildProcess(command, 5000, kDeleteFileOperation), kChildFailed);
+  EXPECT_FALSE(Exists(out.Child(L"cwd.txt")));
+  RunWorkingFolder working;
+  EXPECT_EQ(RunChildProcess(command, 5000, kDeleteFileOperation), 0u);
+  EXPECT_EQ(test::ReadFileBytes(out.Child(L"cwd.txt")), WideToUtf8(working.dir.path()) + "\r\n");
 }
 
 TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {

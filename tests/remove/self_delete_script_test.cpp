@@ -5,6 +5,7 @@
 
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
+#include "sys/child_process.h"
 
 namespace oru {
 namespace {
@@ -51,8 +52,16 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   TempDir dir;
   ASSERT_TRUE(WriteSelfDeleteScript(dir.Child(L"_deldir.bat")));
   EXPECT_EQ(test::ReadFileBytes(dir.Child(L"_deldir.bat")),
-            "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d %TEMP%\r\nrd /s /q \"%~1\"\r\n"
+            "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\nrd /s /q \"%~1\"\r\n"
             "del \"%~f0\" >nul 2>nul\r\n");
+}
+
+// The system's cmd by full path, without AutoRun or "!" expansion; the
+// outer quotes are the pair /C drops.
+TEST(SelfDeleteScript, StartsThroughTheSystemsCmdWithItsFoldersAsArguments) {
+  EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd"),
+            L"\"" + SystemProgramPath(L"cmd.exe") +
+                L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\"\"");
 }
 
 }  // namespace

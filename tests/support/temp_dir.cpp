@@ -4,9 +4,11 @@
 
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 
 #include "common/directory_entries.h"
+#include "common/entry_removal.h"
+#include "common/path_rules.h"
+#include "common/unique_handle.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
@@ -39,31 +41,37 @@ std::wstring TempDir::WriteFile(const std::wstring& relative, const std::string&
   return Child(relative);
 }
 
+// Through extended paths, so that tests can make what only such paths
+// reach: reserved names, trailing dots and blanks, paths past MAX_PATH.
 bool WriteFileAt(const std::wstring& path, const std::string& content) {
-  std::error_code ec;
-  fs::create_directories(fs::path(path).parent_path(), ec);
-  std::ofstream out(fs::path(path), std::ios::binary);
-  out << content;
-  return out.good();
+  for (size_t at = path.find(L'\\', 3); at != std::wstring::npos; at = path.find(L'\\', at + 1)) {
+    ::CreateDirectoryW(ExtendedLengthPath(path.substr(0, at)).c_str(), nullptr);
+  }
+  const UniqueFile file(::CreateFileW(ExtendedLengthPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+  DWORD written = 0;
+  return file && ::WriteFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr) &&
+         written == content.size();
 }
 
-bool Exists(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+bool Exists(const std::wstring& path) { return EntryExists(path); }
 
 // std::filesystem (mingw's) does not see Wine's links as links and walks
 // through them into their targets: this walk leaves every link alone.
 void RemoveTree(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  const std::wstring extended = ExtendedLengthPath(path);
+  const DWORD attributes = ::GetFileAttributesW(extended.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return;
-  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  ::SetFileAttributesW(extended.c_str(), FILE_ATTRIBUTE_NORMAL);
   if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-    ::DeleteFileW(path.c_str());
+    ::DeleteFileW(extended.c_str());
     return;
   }
   ForEachEntry(path, [&](const DirectoryEntry& entry) {
     RemoveTree(path + L"\\" + std::wstring(entry.name));
     return true;
   });
-  ::RemoveDirectoryW(path.c_str());
+  ::RemoveDirectoryW(extended.c_str());
 }
 
 }  // namespace oru::test
