@@ -130,6 +130,7 @@ TEST(Containment, LinksAreNeverEntered) {
     bool leftoversOnly;  // the shape after which the script would start, but for the link
     std::function<bool(StagedInstall&)> link;
     Env env = {};
+    std::wstring logged = {};  // a line the run must have written
   };
   const std::wstring linkedTemp = LocalAppData() + L"\\Linked Temp";
   const Row rows[] = {
@@ -179,7 +180,8 @@ TEST(Containment, LinksAreNeverEntered) {
          i.AddSentinel(target + L"\\OruSetup_99996\\keep.txt");
          return i.Link(linkedTemp, target);
        },
-       {{L"TEMP", linkedTemp}, {L"TMP", linkedTemp}}},
+       {{L"TEMP", linkedTemp}, {L"TMP", linkedTemp}},
+       L"链接在路径上，不使用: " + linkedTemp},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -194,6 +196,7 @@ TEST(Containment, LinksAreNeverEntered) {
     ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath);
     EXPECT_EQ(!install.SetupTrace().empty(), row.setupRuns);
     EXPECT_FALSE(Exists(target + L"\\uninstall\\oru_uninstall.log")) << "log written through a link";
+    EXPECT_TRUE(Has(install.FinalLog(), WideToUtf8(row.logged)));
   }
 }
 
