@@ -16,7 +16,7 @@ int wmain(int argc, wchar_t** argv) {
     std::fwprintf(stderr, L"usage: delete_tree_bench <dir>\n");
     return 2;
   }
-  oru::InitSetupLog(L"delete_tree_bench.log");
+  oru::InitSetupLog(L"delete_tree_bench.log", L"== delete_tree_bench ==");
   LARGE_INTEGER frequency{}, start{}, end{};
   ::QueryPerformanceFrequency(&frequency);
   ::QueryPerformanceCounter(&start);

@@ -40,8 +40,9 @@ constexpr std::uint64_t kWorkspaceRequiredBytes = 0x9600000;  // 150 MiB
 constexpr DWORD kReportDeliveryWaitMs = 1000;
 constexpr DWORD kLibraryUnloadWaitMs = 500;
 
-// The log's final place under HKCU\SOFTWARE\Oru.stravo.
-void RecordLogPathInRegistry(const wchar_t* valueName, const std::wstring& logPath) {
+// Where the run's log ended, under HKCU\SOFTWARE\Oru.stravo.
+void RecordLogPathInRegistry(const std::wstring& logPath) {
+  const wchar_t* valueName = LogPathValueName(kLogFileName);
   const DWORD type = REG_SZ;
   // The size leaves out the terminating NUL; readers have always coped.
   const DWORD size = static_cast<DWORD>(logPath.size() * sizeof(wchar_t));
@@ -258,10 +259,8 @@ int RunUninstaller() {
     return 0;
   }
 
-  InitSetupLog(kLogFileName);
+  InitSetupLog(kLogFileName, L"================== Oru.stravo Uninstaller ==================");
   SetupLogger::Instance().SetFinalLogPath(ownDirectory);
-  SetupLogger::Instance().SetLogPathRecorder(RecordLogPathInRegistry);
-  LogInfo(L"================== Oru.stravo Uninstaller ==================");
 
   ApplyDpiAwareness();
 
@@ -296,7 +295,8 @@ int RunUninstaller() {
 
   LogInfo(L"Exiting uninstaller, temp directory will be cleaned up...");
   workspace.reset();
-  CloseLogFile();
+  const LogPlacement log = CloseLogFile();
+  if (!log.path.empty()) RecordLogPathInRegistry(log.path);
   return 0;
 }
 

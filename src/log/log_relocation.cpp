@@ -76,13 +76,9 @@ bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& ta
   return false;
 }
 
-void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath,
-                        const LogPathRecorder& record) {
+LogPlacement MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath) {
   try {
     const std::wstring fileName(FileNamePart(tempLogPath));
-    const auto recordLogAt = [&](const std::wstring& path) {
-      if (record) record(LogPathValueName(fileName), path);
-    };
     const std::wstring target = finalLogDir + L"\\" + fileName;
     EmitDebug({L"Moving log from: ", tempLogPath, L" to: ", target, L"\n"});
 
@@ -91,19 +87,18 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
     const int created = ::SHCreateDirectoryExW(nullptr, finalLogDir.c_str(), nullptr);
     if (created < 0) {
       EmitDebug({L"Failed to create final log directory, error: ", ToWideDecimal(created), L"\n"});
-      return;
+      return {};
     }
 
     if (::GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES) {
       // A failed append keeps this run's log in the temporary folder.
-      recordLogAt(AppendLogToExisting(tempLogPath, target) ? target : tempLogPath);
-      return;
+      if (AppendLogToExisting(tempLogPath, target)) return {target, true};
+      return {tempLogPath, false};
     }
 
     if (::MoveFileExW(tempLogPath.c_str(), target.c_str(), MOVEFILE_COPY_ALLOWED)) {
       EmitDebug({L"Log file moved successfully to: ", target, L"\n"});
-      recordLogAt(target);
-      return;
+      return {target, true};
     }
     const DWORD error = ::GetLastError();
     EmitDebug({L"Failed to move log file, error: ", ToWideDecimal(error), L"\n"});
@@ -111,16 +106,16 @@ void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tem
     if (::CopyFileW(tempLogPath.c_str(), target.c_str(), FALSE)) {
       EmitDebug({L"Log file copied successfully to: ", target, L"\n"});
       (void)RemoveFileEntry(tempLogPath);
-      recordLogAt(target);
-      return;
+      return {target, true};
     }
     // Nothing is lost: the log stays in the temporary folder, and the record
     // says so rather than naming an older run's file or nothing.
     EmitDebug({L"Failed to copy log file\n"});
-    recordLogAt(tempLogPath);
+    return {tempLogPath, false};
   } catch (...) {
     // Building a path can only fail for lack of memory; the log stays where it is.
   }
+  return {tempLogPath, false};
 }
 
 }  // namespace oru

@@ -5,22 +5,24 @@
 // CloseLogFile(), with the log already closed: everything here reports on the
 // debugger channel only. Nothing here throws.
 
-#include <functional>
 #include <string>
 #include <string_view>
 
 namespace oru {
 
-// Records where a run's log is, under the value name LogPathValueName gives.
-// The entry supplies it: the registry lies above the log.
-using LogPathRecorder = std::function<void(const wchar_t* valueName, const std::wstring& logPath)>;
+// Where a run's log ended: the file that holds it, and whether that is a new
+// place. An empty path means there is nothing to record.
+struct LogPlacement {
+  std::wstring path;
+  bool moved = false;
+};
 
 // Moves tempLogPath into finalLogDir, or appends it to a log of the same name
-// already there, then records the final path. When neither the move nor a
-// copy works, or the append fails, the log stays where it is and that place
-// is recorded instead: the record always names the file holding this run.
-void MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath,
-                        const LogPathRecorder& record);
+// already there, and says where it went. When neither the move nor a copy
+// works, or the append fails, the log stays where it is and that place comes
+// back instead: the answer always names the file holding this run. Empty
+// only when the final directory cannot even be made.
+[[nodiscard]] LogPlacement MoveLogToFinalPath(const std::wstring& finalLogDir, const std::wstring& tempLogPath);
 
 // Appends tempLogPath to targetPath under a "New Session" header, without the
 // temporary log's byte-order mark, and deletes tempLogPath. On failure the

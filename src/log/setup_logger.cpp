@@ -115,15 +115,6 @@ void SetupLogger::SetFinalLogPath(const std::wstring& directory) {
   EmitDebug({L"Final log path set to: ", directory, L"\n"});
 }
 
-void SetupLogger::SetLogPathRecorder(LogPathRecorder recorder) {
-  try {
-    std::lock_guard lock(logMutex);
-    logPathRecorder = std::move(recorder);
-  } catch (...) {
-    EmitDebug({L"SetLogPathRecorder: the recorder could not be stored\n"});
-  }
-}
-
 void SetupLogger::LogDebugInter(std::wstring_view message) {
   std::wstring line;
   try {
@@ -158,30 +149,33 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
   }
 }
 
-void SetupLogger::CloseLogFile() {
+LogPlacement SetupLogger::CloseLogFile() {
   try {
-    std::unique_lock lock(logMutex);
     std::wstring closedPath;
-    if (logStream.is_open()) {
-      closedPath = logPath;
-      logStream.close();
-      isInit = false;
+    std::wstring finalDirectory;
+    {
+      std::lock_guard lock(logMutex);
+      if (logStream.is_open()) {
+        closedPath = logPath;
+        logStream.close();
+        isInit = false;
+      }
+      finalDirectory = finalLogDir;
     }
-    if (!closedPath.empty()) {
-      // Make the system write the file out before it is moved elsewhere.
+    if (closedPath.empty()) return {};
+    {
+      // Make the system write the file out before it is moved elsewhere;
+      // this handle must be gone before the move.
       const UniqueFile file(::CreateFileW(closedPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
       if (file) ::FlushFileBuffers(file.get());
     }
-    const std::wstring finalDirectory = finalLogDir;
-    const LogPathRecorder recorder = logPathRecorder;
-    // The recorder may log (the registry writer does), which takes logMutex
-    // again: release it first; the file is closed by now.
-    lock.unlock();
-    if (!finalDirectory.empty() && !closedPath.empty()) MoveLogToFinalPath(finalDirectory, closedPath, recorder);
+    if (finalDirectory.empty()) return {};
+    return MoveLogToFinalPath(finalDirectory, closedPath);
   } catch (...) {
     EmitDebug({L"CloseLogFile: Exception occurred while closing log file\n"});
   }
+  return {};
 }
 
 std::string SetupLogger::GetLogTagUtf8() const {
@@ -194,7 +188,7 @@ std::wstring SetupLogger::LogPath() {
   return logPath;
 }
 
-void InitSetupLog(const std::wstring& fileName) {
+void InitSetupLog(const std::wstring& fileName, std::wstring_view banner) {
   wchar_t temp[MAX_PATH] = {};
   ::GetTempPathW(MAX_PATH, temp);
   const std::wstring directory = std::wstring(temp) + L"OruSetupLogs";
@@ -209,6 +203,7 @@ void InitSetupLog(const std::wstring& fileName) {
   } else if (!SetLeftoverAside(directory + L"\\" + fileName, setAside)) {
     why = L"an earlier log there could not be renamed aside";
   } else if (logger.InitLog(directory, fileName)) {
+    LogInfo(banner);
     if (!setAside.empty()) LogInfo(L"Log of an earlier run renamed aside to: " + setAside);
     return;
   } else {
@@ -216,6 +211,7 @@ void InitSetupLog(const std::wstring& fileName) {
   }
   const std::wstring own = CreateOwnLogDirectory(directory);
   if (own.empty() || !logger.InitLog(own, fileName)) return;
+  LogInfo(banner);
   LogWarning(JoinWide({L"Not logging to ", directory, L" (", why, L"); logging to a folder of its own: ", own}));
 }
 
@@ -227,6 +223,6 @@ void LogWarning(std::wstring_view message) {
 
 void LogError(std::wstring_view message) { SetupLogger::Instance().LogDebugInter(JoinWide({L"[ERROR] ", message})); }
 
-void CloseLogFile() { SetupLogger::Instance().CloseLogFile(); }
+LogPlacement CloseLogFile() { return SetupLogger::Instance().CloseLogFile(); }
 
 }  // namespace oru

@@ -30,15 +30,15 @@ class SetupLogger {
 
   // Where CloseLogFile() moves the log; empty leaves it where it is.
   void SetFinalLogPath(const std::wstring& directory);
-  // How CloseLogFile() records where the log ended; none records nothing.
-  void SetLogPathRecorder(LogPathRecorder recorder);
 
   // Writes one timestamped line. Before InitLog and after CloseLogFile the
   // line reaches the debugger channel only.
   void LogDebugInter(std::wstring_view message);
 
-  // Closes the file for good, flushes it to disk and relocates it.
-  void CloseLogFile();
+  // Closes the file for good, flushes it to disk and relocates it. Returns
+  // where the log ended; an empty path when there was no log or no final
+  // place was set.
+  LogPlacement CloseLogFile();
 
   [[nodiscard]] std::string GetLogTagUtf8() const;
 
@@ -50,7 +50,6 @@ class SetupLogger {
 
   std::wstring logPath;
   std::wstring finalLogDir;
-  LogPathRecorder logPathRecorder;
   std::mutex logMutex;
   ByteFileStream logStream;
   bool isInit = false;
@@ -61,13 +60,15 @@ class SetupLogger {
 // Creates %TEMP%\OruSetupLogs and opens fileName in it. A log left there by
 // an earlier run is first renamed aside, never emptied. When that folder is a
 // link, or the name cannot be freed or created, the log goes to a new folder
-// of its own beside it instead, and its first line says why.
-void InitSetupLog(const std::wstring& fileName);
+// of its own beside it instead. The session's first line is always
+// `banner`; what became of an earlier log, or why the log is elsewhere,
+// follows it.
+void InitSetupLog(const std::wstring& fileName, std::wstring_view banner);
 
 void LogInfo(std::wstring_view message);
 void LogWarning(std::wstring_view message);
 void LogError(std::wstring_view message);
 
-void CloseLogFile();
+LogPlacement CloseLogFile();
 
 }  // namespace oru

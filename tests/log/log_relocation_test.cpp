@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <functional>
-#include <map>
 #include <regex>
 #include <string>
 
@@ -26,22 +25,18 @@ constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
 constexpr char kSessionHeader[] = R"(\n========== New Session: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ==========\n)";
 constexpr char kLine[] = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
 
-// What the relocation recorded, value name to path. Each test runs in a
-// process of its own, so this starts empty.
-std::map<std::wstring, std::wstring> recorded;
-
 // One run of the uninstaller's log: opened in `runDirectory`, one line
-// written, `beforeClose` called, closed and relocated to `finalDirectory`.
-void RunLog(
+// written, `beforeClose` called, closed and relocated to `finalDirectory`;
+// where it ended.
+LogPlacement RunLog(
     const std::wstring& runDirectory, const std::wstring& finalDirectory, const std::wstring& line,
     const std::function<void()>& beforeClose = [] {}) {
   auto& logger = SetupLogger::Instance();
   logger.InitLog(runDirectory, L"oru_uninstall.log");
   logger.SetFinalLogPath(finalDirectory);
-  logger.SetLogPathRecorder([](const wchar_t* name, const std::wstring& path) { recorded[name] = path; });
   LogInfo(line);
   beforeClose();
-  CloseLogFile();
+  return CloseLogFile();
 }
 
 TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
@@ -49,8 +44,10 @@ TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   TempDir executable;
   const std::wstring finalLog = executable.Child(L"oru_uninstall.log");
 
-  RunLog(temp.path(), executable.path(), L"first run");
-  RunLog(temp.path(), executable.path(), L"second run");
+  EXPECT_EQ(RunLog(temp.path(), executable.path(), L"first run").path, finalLog);
+  const LogPlacement second = RunLog(temp.path(), executable.path(), L"second run");
+  EXPECT_TRUE(second.moved);
+  EXPECT_EQ(second.path, finalLog);
   EXPECT_FALSE(Exists(temp.Child(L"oru_uninstall.log")));
 
   const std::string expected =
@@ -59,7 +56,7 @@ TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_TRUE(std::regex_match(content, std::regex(expected))) << content;
 
   // The log's name holds "install" (in "uninstall"), hence the install value.
-  EXPECT_EQ(recorded, (std::map<std::wstring, std::wstring>{{L"OruInstallLogPath", finalLog}}));
+  EXPECT_EQ(std::wstring(LogPathValueName(L"oru_uninstall.log")), L"OruInstallLogPath");
   // With the run-time log gone there is nothing to append, and nothing changes.
   EXPECT_FALSE(AppendLogToExisting(temp.Child(L"oru_uninstall.log"), finalLog));
   EXPECT_EQ(ReadFileBytes(finalLog), content);
@@ -71,12 +68,13 @@ TEST(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas
   // A file where a folder on the final path should be: nothing can go there.
   const std::wstring blocked = executable.WriteFile(L"blocked") + L"\\final";
 
-  RunLog(temp.path(), blocked, L"kept line");
+  const LogPlacement kept = RunLog(temp.path(), blocked, L"kept line");
   const std::string content = ReadFileBytes(temp.Child(L"oru_uninstall.log"));
   EXPECT_NE(content.find("kept line\n"), std::string::npos);
   EXPECT_EQ(content.rfind(kBom, 0), 0u);
-  // The record names where this run's log really is.
-  EXPECT_EQ(recorded[L"OruInstallLogPath"], temp.Child(L"oru_uninstall.log"));
+  // The answer names where this run's log really is.
+  EXPECT_EQ(kept.path, temp.Child(L"oru_uninstall.log"));
+  EXPECT_FALSE(kept.moved);
 }
 
 // A run-time log that may be read but not moved (held open without delete
@@ -85,13 +83,13 @@ TEST(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
   TempDir temp;
   TempDir executable;
   UniqueFile reader;
-  RunLog(temp.path(), executable.path(), L"copied line", [&] {
+  const LogPlacement copied = RunLog(temp.path(), executable.path(), L"copied line", [&] {
     reader.reset(::CreateFileW(temp.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
   });
   ASSERT_TRUE(reader);
   EXPECT_NE(ReadFileBytes(executable.Child(L"oru_uninstall.log")).find("copied line\n"), std::string::npos);
-  EXPECT_EQ(recorded[L"OruInstallLogPath"], executable.Child(L"oru_uninstall.log"));
+  EXPECT_EQ(copied.path, executable.Child(L"oru_uninstall.log"));
 }
 
 }  // namespace

@@ -53,14 +53,15 @@ TEST(SetupLogger, AnExistingFileIsNeverOpened) {
 }
 
 // The run-time log folder is shared by every run: an earlier run's log there
-// keeps its content under a name of its own, and this run starts afresh.
+// keeps its content under a name of its own, and this run starts afresh with
+// its banner, the notice after it.
 TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
   const std::wstring name = L"leftover_" + std::to_wstring(::GetCurrentProcessId()) + L".log";
   const std::wstring folder = test::TempFolder() + L"\\OruSetupLogs";
   ::CreateDirectoryW(folder.c_str(), nullptr);
   std::ofstream(std::filesystem::path(folder + L"\\" + name), std::ios::binary) << "the earlier run\n";
 
-  InitSetupLog(name);
+  InitSetupLog(name, L"== banner ==");
   LogInfo(L"this run");
   CloseLogFile();
 
@@ -73,6 +74,9 @@ TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
   EXPECT_EQ(ReadFileBytes(aside[0]), "the earlier run\n");
   const std::string fresh = ReadFileBytes(folder + L"\\" + name);
   EXPECT_EQ(fresh.rfind(kHeaderBytes, 0), 0u);
+  const size_t start = std::string_view(kHeaderBytes).size();
+  EXPECT_TRUE(fresh.substr(start, fresh.find('\n', start) - start).ends_with(" == banner ==")) << fresh;
+  EXPECT_LT(fresh.find("== banner =="), fresh.find("Log of an earlier run renamed aside to: "));
   EXPECT_NE(fresh.find("this run"), std::string::npos);
   for (const std::wstring& path : {aside[0], folder + L"\\" + name}) ::DeleteFileW(path.c_str());
 }
