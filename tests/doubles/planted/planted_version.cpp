@@ -1,7 +1,6 @@
-// Copied as version.dll beside the uninstaller, where a planted library would
-// lie in wait. Being loaded at all is what it records ("loaded" in the trace
-// named by ORU_PLANTED_DLL_TRACE); the three functions the uninstaller takes
-// from version.dll are traced too, and fail, should a loader bind to them.
+// Copied as version.dll beside the uninstaller: each version function the
+// uninstaller uses writes "call NAME" to the trace named by
+// ORU_PLANTED_DLL_TRACE, and fails.
 
 #include <windows.h>
 
@@ -9,29 +8,22 @@
 
 namespace {
 
-void Trace(const char* event) { oru::doubles::TraceWriter::FromEnvironment(L"ORU_PLANTED_DLL_TRACE").Line(event); }
+int Trace(const char* call) {
+  oru::doubles::TraceWriter::FromEnvironment(L"ORU_PLANTED_DLL_TRACE").Line(call);
+  return 0;
+}
 
 }  // namespace
 
 extern "C" {
 
-BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-  if (reason == DLL_PROCESS_ATTACH) Trace("loaded");
-  return TRUE;
-}
-
 __declspec(dllexport) DWORD WINAPI GetFileVersionInfoSizeW(LPCWSTR, LPDWORD) {
-  Trace("call GetFileVersionInfoSizeW");
-  return 0;
+  return Trace("call GetFileVersionInfoSizeW");
 }
-
 __declspec(dllexport) BOOL WINAPI GetFileVersionInfoW(LPCWSTR, DWORD, DWORD, LPVOID) {
-  Trace("call GetFileVersionInfoW");
-  return FALSE;
+  return Trace("call GetFileVersionInfoW");
 }
-
 __declspec(dllexport) BOOL WINAPI VerQueryValueW(LPCVOID, LPCWSTR, LPVOID*, PUINT) {
-  Trace("call VerQueryValueW");
-  return FALSE;
+  return Trace("call VerQueryValueW");
 }
 }

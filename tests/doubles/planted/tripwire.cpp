@@ -1,7 +1,5 @@
-// A console program for tests to copy beside the uninstaller under the name of
-// a system program (cmd.exe, powershell.exe): started, it appends
-// "started COMMAND-LINE" to the trace named by ORU_TRIPWIRE_TRACE and exits 0,
-// so a test can tell the copy ran instead of the system's own.
+// Copied beside the uninstaller as cmd.exe or powershell.exe: started, it
+// appends "started COMMAND-LINE" to the trace named by ORU_TRIPWIRE_TRACE.
 
 #include <windows.h>
 
