@@ -1,6 +1,5 @@
-// Copied as version.dll beside the uninstaller: each version function the
-// uninstaller uses writes "call NAME" to the trace named by
-// ORU_PLANTED_DLL_TRACE, and fails.
+// Copied as version.dll beside the uninstaller: each version function fails
+// and appends "call NAME" to the trace named by ORU_PLANTED_DLL_TRACE.
 
 #include <windows.h>
 

@@ -6,8 +6,7 @@
 #include "trace/trace_writer.h"
 
 int wmain() {
-  using oru::doubles::TraceWriter;
-  TraceWriter::FromEnvironment(L"ORU_TRIPWIRE_TRACE")
-      .Line("started " + TraceWriter::Escape(oru::doubles::Utf8(::GetCommandLineW())));
+  using namespace oru::doubles;
+  TraceWriter::FromEnvironment(L"ORU_TRIPWIRE_TRACE").Line("started " + TraceWriter::Escape(Utf8(::GetCommandLineW())));
   return 0;
 }
