@@ -7,6 +7,7 @@
 
 #include "common/unique_handle.h"
 #include "identity/json_encoder.h"
+#include "sys/dll_loader.h"
 
 namespace oru {
 namespace {
@@ -40,7 +41,7 @@ int DorvidBinding::LoadLocked(const wchar_t* directory) {
   // A path too long to take the file name cannot name the library either.
   if (!::PathAppendW(path, L"dorvid.dll")) return kDorvidLibraryMissing;
   if (!::PathFileExistsW(path)) return kDorvidLibraryMissing;
-  module_ = ::LoadLibraryW(path);
+  module_ = LoadLibraryByFullPath(path).release();  // never freed: see the header
   return module_ != nullptr ? kDorvidOk : kDorvidLoadFailed;
 }
 

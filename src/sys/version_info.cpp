@@ -15,6 +15,47 @@ namespace {
 
 constexpr char kUnknownVersion[] = "unknown";
 
+// The full path of a library in the system directory; empty when that
+// directory is unknown.
+std::wstring SystemLibraryPath(const wchar_t* name) {
+  wchar_t system[MAX_PATH] = {};
+  const UINT length = ::GetSystemDirectoryW(system, MAX_PATH);
+  return length > 0 && length < MAX_PATH ? std::wstring(system, length) + L"\\" + name : std::wstring();
+}
+
+// version.dll is not a known DLL: imported statically, the loader would look
+// for it first in the uninstaller's own folder, where anyone may have put one.
+// Bound from the system directory on first use instead, for the whole run, by
+// full path: by name alone, a version.dll already in the process from
+// elsewhere would be handed back (Wine's own user32 imports it, beside us).
+struct VersionFunctions {
+  UniqueModule library;
+  decltype(&::GetFileVersionInfoSizeW) getSize = nullptr;
+  decltype(&::GetFileVersionInfoW) getInfo = nullptr;
+  decltype(&::VerQueryValueW) queryValue = nullptr;
+  DWORD error = ERROR_SUCCESS;  // why they are not all there
+};
+
+VersionFunctions BindVersionFunctions() {
+  VersionFunctions bound;
+  bound.library.reset(
+      ::LoadLibraryExW(SystemLibraryPath(L"version.dll").c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+  const HMODULE module = bound.library.get();
+  bound.getSize = GetProcAs<decltype(bound.getSize)>(module, "GetFileVersionInfoSizeW");
+  bound.getInfo = GetProcAs<decltype(bound.getInfo)>(module, "GetFileVersionInfoW");
+  bound.queryValue = GetProcAs<decltype(bound.queryValue)>(module, "VerQueryValueW");
+  if (!bound.getSize || !bound.getInfo || !bound.queryValue) {
+    const DWORD error = ::GetLastError();
+    bound.error = error != ERROR_SUCCESS ? error : ERROR_PROC_NOT_FOUND;
+  }
+  return bound;
+}
+
+const VersionFunctions& Version() {
+  static const VersionFunctions functions = BindVersionFunctions();
+  return functions;
+}
+
 }  // namespace
 
 VersionInfoReader::VersionInfoReader(std::wstring path) : path_(std::move(path)) {}
@@ -24,8 +65,14 @@ bool VersionInfoReader::Load() {
     LogWarning(L"VersionInfoReader: 文件路径为空");
     return false;
   }
+  const VersionFunctions& version = Version();
+  if (version.error != ERROR_SUCCESS) {
+    LogWarning(JoinWide({L"VersionInfoReader: version.dll unavailable from the system directory, file: ", path_,
+                         L", error: ", ToWideDecimal(version.error)}));
+    return false;
+  }
   DWORD handle = 0;
-  const DWORD size = ::GetFileVersionInfoSizeW(path_.c_str(), &handle);
+  const DWORD size = version.getSize(path_.c_str(), &handle);
   if (size == 0) {
     const DWORD error = ::GetLastError();
     LogWarning(
@@ -33,7 +80,7 @@ bool VersionInfoReader::Load() {
     return false;
   }
   buffer_.assign(size, 0);
-  if (!::GetFileVersionInfoW(path_.c_str(), 0, size, buffer_.data())) {
+  if (!version.getInfo(path_.c_str(), 0, size, buffer_.data())) {
     const DWORD error = ::GetLastError();
     LogWarning(JoinWide({L"VersionInfoReader: 无法获取版本信息，文件: ", path_, L", 错误码: ", ToWideDecimal(error)}));
     return false;
@@ -53,7 +100,7 @@ std::wstring VersionInfoReader::GetField(const std::wstring& name) const {
   UINT length = 0;
   // VerQueryValueW takes a non-const block; it does not modify it.
   void* block = const_cast<unsigned char*>(buffer_.data());
-  if (!::VerQueryValueW(block, L"\\VarFileInfo\\Translation", &translations, &length)) {
+  if (!Version().queryValue(block, L"\\VarFileInfo\\Translation", &translations, &length)) {
     LogInfo(L"VersionInfoReader: 无法获取语言信息");
     return {};
   }
@@ -63,7 +110,7 @@ std::wstring VersionInfoReader::GetField(const std::wstring& name) const {
   FormatWide(query, 128, L"\\StringFileInfo\\%04x%04x\\%ls", first->language, first->codePage, name.c_str());
   void* value = nullptr;
   UINT valueLength = 0;
-  if (::VerQueryValueW(block, query, &value, &valueLength) && value != nullptr && valueLength > 0) {
+  if (Version().queryValue(block, query, &value, &valueLength) && value != nullptr && valueLength > 0) {
     return static_cast<const wchar_t*>(value);
   }
   LogInfo(JoinWide({L"VersionInfoReader: 未找到字段 ", name, L", 文件: ", path_}));
@@ -72,7 +119,7 @@ std::wstring VersionInfoReader::GetField(const std::wstring& name) const {
 
 std::int32_t GetOsVersionPart(int part) {
   using RtlGetVersionFn = LONG(WINAPI*)(OSVERSIONINFOW*);
-  DllLoader ntdll(L"ntdll.dll");
+  DllLoader ntdll(SystemLibraryPath(L"ntdll.dll"));
   if (ntdll.module() == nullptr) {
     LogInfo(L"Failed to load ntdll.dll");
     return -1;

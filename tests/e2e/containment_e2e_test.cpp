@@ -274,24 +274,25 @@ TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
 // A cmd.exe and a powershell.exe planted beside the uninstaller and in the
 // folder it is started from, with the clean-up driven to its last resort
 // (setup.exe held open, reboot scheduling denied): only the system's run.
-// The plants are setup stand-ins, which would leave a line in its trace.
+// The plants are tripwires whose trace is a sentinel: a start changes it.
 TEST(Containment, PlantedProgramsNeverRun) {
   StageOptions options;
   options.leftoversOnly = true;
   StagedInstall install(options);
+  const std::wstring trace = LocalAppData() + L"\\tripwire_trace.txt";
+  install.AddSentinel(trace);
   install.currentDir = LocalAppData() + L"\\Oru Start Folder";
   install.AddSentinel(install.currentDir + L"\\keep.txt");
   for (const std::wstring& dir : {install.uninstallDir, install.currentDir}) {
     for (const wchar_t* name : {L"cmd.exe", L"powershell.exe"}) {
-      ASSERT_TRUE(::CopyFileW(BinFile(L"setup_stub.exe").c_str(), (dir + L"\\" + name).c_str(), FALSE));
+      ASSERT_TRUE(::CopyFileW(BinFile(L"tripwire.exe").c_str(), (dir + L"\\" + name).c_str(), FALSE));
     }
   }
   ChildProcess holder = ChildProcess::HoldFile(install.setupExe);
   RebootSchedulingDenied denied;
   ASSERT_TRUE(holder.valid() && denied.Applied());
 
-  ExpectContained(install, install.Run(L"--silent-oru"), install.installPath);
-  EXPECT_EQ(install.SetupTrace(), "");
+  ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}}), install.installPath);
   const std::string log = install.FinalLog();
   for (const wchar_t* program : {L"cmd.exe", L"WindowsPowerShell\\v1.0\\powershell.exe"}) {
     EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemProgramPath(program) + L"\" "))) << WideToUtf8(program);
@@ -318,6 +319,21 @@ TEST(Containment, ShortOrRecasedRecordStillKeepsTheLog) {
     ExpectContained(install, exitCode, L"");
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
+}
+
+// A version.dll beside the uninstaller, preferred to the system's, is never
+// called. Wine reads that order from the registry; its user32 maps the copy.
+TEST(Containment, ALibraryPlantedBesideTheUninstallerIsNeverCalled) {
+  const std::wstring appDefaults = L"Software\\Wine\\AppDefaults\\oru_uninstall.exe";
+  StagedInstall install;
+  const std::wstring trace = LocalAppData() + L"\\planted_trace.txt";  // a sentinel: a call changes it
+  install.AddSentinel(trace);
+  ASSERT_TRUE(
+      ::CopyFileW(BinFile(L"planted_version.dll").c_str(), (install.uninstallDir + L"\\version.dll").c_str(), FALSE));
+  SetValue(appDefaults + L"\\DllOverrides", L"version", L"native,builtin");
+  ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_PLANTED_DLL_TRACE", trace}}), install.installPath);
+  ::RegDeleteTreeW(HKEY_CURRENT_USER, appDefaults.c_str());
+  EXPECT_TRUE(Has(install.FinalLog(), "从 EXE 读取到版本号: ")) << "the system's version.dll answers";
 }
 
 // A second uninstaller started while the first waits for setup.exe leaves the

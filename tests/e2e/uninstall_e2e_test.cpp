@@ -88,19 +88,15 @@ TEST(EndToEnd, EveryRowOfTheDecisionTable) {
     StageOptions options;
     options.setupExe = row.setupExe;
     StagedInstall install(options);
-    ChildProcess runningSetup;
+    const TempDir elsewhere;
+    ChildProcess runningSetup;  // killed before its folder goes
     if (row.setupRunning) {
-      TempDir elsewhere;
       runningSetup = ChildProcess::Sleeper(CopyHelperAs(elsewhere.Child(L"setup.exe")));
       ASSERT_TRUE(runningSetup.valid());
-      const DWORD exitCode = install.Run(L"--silent-oru", SetupExits(19, row.registration));
-      ExpectOrderlyRun(install, exitCode);
-      EXPECT_EQ(CountOf(install.FinalLog(), "setup.exe 被其他进程占用\n"), 2u);
-      runningSetup.Kill();
-    } else {
-      ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, row.registration)));
     }
+    ExpectOrderlyRun(install, install.Run(L"--silent-oru", SetupExits(19, row.registration)));
     const std::string log = install.FinalLog();
+    EXPECT_EQ(CountOf(log, "setup.exe 被其他进程占用\n"), row.setupRunning ? 2u : 0u);
     for (const auto& line : row.lines) EXPECT_TRUE(Has(log, line)) << line;
     EXPECT_EQ(KeyExists(kProductClassesKey), !row.keysRemoved);
     EXPECT_EQ(KeyExists(kMakerProductKey), !row.keysRemoved);

@@ -33,9 +33,9 @@ TEST(DorvidManager, StartsOnceWithTheProductKeyThenAsksBUntilItAnswers) {
   EXPECT_EQ(inits[0].Arg("flag"), "true");
   EXPECT_TRUE(log.Has(L"[DorvidManager] DorvidSDK LOG: stub a1 called")) << "the library's own log is passed on";
 
-  test::SetEnvironment(L"ORU_DORVID_D36", L"");
+  ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"");
   EXPECT_EQ(manager.GetD36(), L"");
-  test::SetEnvironment(L"ORU_DORVID_D36", L"d36-from-b");
+  ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"d36-from-b");
   EXPECT_EQ(manager.GetD36(), L"d36-from-b");
   EXPECT_EQ(manager.GetD36(), L"d36-from-b");
   // The asynchronous query is answered from the cache, on this thread.
@@ -70,7 +70,7 @@ TEST_P(DorvidInitFailure, GivesItsCodeAndAnEmptyIdentifier) {
   } else if (c.stub != nullptr) {
     dir.WriteFile(L"dorvid.dll", std::string("MZ but no library\0\x90\xff", 21));
   }
-  test::SetEnvironment(L"ORU_DORVID_D36", L"never-asked");
+  ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"never-asked");
   auto& manager = DorvidManager::GetInstance();
 
   EXPECT_EQ(manager.Init(dir.path()), c.code);
@@ -93,8 +93,8 @@ TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmp
   const std::wstring eventName = L"oru_dorvid_done_" + std::to_wstring(::GetCurrentProcessId());
   UniqueHandle done(::CreateEventW(nullptr, TRUE, FALSE, eventName.c_str()));
   ASSERT_TRUE(done.valid());
-  test::SetEnvironment(L"ORU_DORVID_DONE_EVENT", eventName);
-  test::SetEnvironment(L"ORU_DORVID_ASYNC_D36", L"d36-later");
+  ::SetEnvironmentVariableW(L"ORU_DORVID_DONE_EVENT", eventName.c_str());
+  ::SetEnvironmentVariableW(L"ORU_DORVID_ASYNC_D36", L"d36-later");
   test::EventCapture events;
   auto& manager = DorvidManager::GetInstance();
   ASSERT_EQ(manager.Init(dir.path()), 0);

@@ -156,6 +156,14 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
     EXPECT_EQ(reporter.PendingEvents().rbegin()[1].name, c.what);
     EXPECT_EQ(reporter.PendingEvents().back().name, "late");
   }
+  // A relative folder is refused though the current one holds the stand-in.
+  const TempDir current;
+  test::StageTavrin(current.path());
+  ASSERT_TRUE(::SetCurrentDirectoryW(current.path().c_str()));
+  const LogCapture log;
+  EXPECT_FALSE(reporter.Init(L"."));
+  EXPECT_TRUE(log.HasFragment(L"Refused to load a DLL not named by an absolute local path: .\\tavrin_sdk.dll, "));
+  ::SetCurrentDirectoryW(test::BinDir().c_str());  // so that the folder can go
 }
 
 }  // namespace

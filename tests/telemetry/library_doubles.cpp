@@ -16,13 +16,11 @@ constexpr size_t kValueOffset = 256;
 std::wstring Stage(const std::wstring& directory, const std::wstring& stub, const std::wstring& name,
                    const wchar_t* traceVariable, const std::wstring& traceName) {
   ::CopyFileW(BinFile(stub).c_str(), (directory + L"\\" + name).c_str(), FALSE);
-  SetEnvironment(traceVariable, directory + L"\\" + traceName);
+  ::SetEnvironmentVariableW(traceVariable, (directory + L"\\" + traceName).c_str());
   return directory + L"\\" + traceName;
 }
 
 }  // namespace
-
-void SetEnvironment(const wchar_t* name, const std::wstring& value) { ::SetEnvironmentVariableW(name, value.c_str()); }
 
 std::wstring StageTavrin(const std::wstring& directory, const std::wstring& stub) {
   return Stage(directory, stub, L"tavrin_sdk.dll", L"ORU_TAVRIN_TRACE", L"tavrin_trace.txt");

@@ -20,8 +20,6 @@ inline constexpr wchar_t kDorvidStubAsync[] = L"dorvid_async.dll";
 std::wstring StageTavrin(const std::wstring& directory, const std::wstring& stub = L"tavrin_sdk.dll");
 std::wstring StageDorvid(const std::wstring& directory, const std::wstring& stub = L"dorvid.dll");
 
-void SetEnvironment(const wchar_t* name, const std::wstring& value);
-
 struct TraceCall {
   std::string name;
   std::string line;                                         // the whole "call ..." line
