@@ -20,9 +20,11 @@ bool ForEachEntry(const std::wstring& directory, const std::function<bool(const 
     if (name == L"." || name == L"..") continue;
     const DirectoryEntry entry{name, data.dwFileAttributes,
                                (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow};
-    if (!visit(entry)) break;
+    if (!visit(entry)) return true;
   } while (::FindNextFileW(find.get(), &data));
-  return true;
+  // A listing cut short by anything but its end is no listing: a check that
+  // read it as complete would decide on half a folder.
+  return ::GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 }  // namespace oru
