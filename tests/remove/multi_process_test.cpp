@@ -59,7 +59,7 @@ TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangin
   for (int i = 0; i < 20 && IsProcessRunning(hangName); ++i) ::Sleep(100);
   EXPECT_FALSE(IsProcessRunning(hangName));
   // A child that cannot start fails the same way.
-  EXPECT_EQ(RunChildProcess(L"Z:\\no\\such\\program.exe", 5000, kDeleteFileOperation), kChildFailed);
+  EXPECT_EQ(RunChildProcess(L"C:\\no\\such\\program.exe", 5000, kDeleteFileOperation), kChildFailed);
 }
 
 TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {
