@@ -56,10 +56,10 @@ wine() {
 winepath() { (cd "$WINEPREFIX/drive_c" && command winepath "$@"); }
 
 # Z: would map the host's /, and Wine's rd /s on a long path has emptied
-# cmd's working directory instead of the tree. The boot adds links such as COM1 to a serial
-# port (again whenever the server starts anew): the prefix keeps its C: drive
-# alone, and its shell folders become its own. Fails when anything still
-# leads out.
+# cmd's working directory instead of the tree. The boot adds links such as
+# COM1 to a serial port (again whenever the server starts anew): the prefix
+# keeps its C: drive alone, and its shell folders become its own. Fails when
+# anything still leads out.
 seal_wine_prefix() {
   find "$WINEPREFIX/dosdevices" -mindepth 1 -maxdepth 1 ! -name c: -type l -delete
   sandbox_shell_folders
