@@ -17,13 +17,18 @@ ensure_packages() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
 }
 
-# start_wine_prefix DIR: a fresh prefix at DIR, reporting Windows 10, whose
-# shell folders are its own (see sandbox_shell_folders).
+# start_wine_prefix DIR: a fresh prefix at DIR, reporting Windows 10, that
+# reaches nothing of the host (see seal_wine_prefix). From here on every
+# `wine` and `winepath` of the calling script starts in the prefix's drive_c.
 start_wine_prefix() {
   export WINEPREFIX="$1"
   export WINEDEBUG="${WINEDEBUG:--all}"
   export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
-  mkdir -p "$WINEPREFIX"
+  # Wine gives a new prefix Z: only when it makes dosdevices itself; a Z:
+  # removed later stays a drive of the running mount manager until the server
+  # stops. So dosdevices exists from the start, holding C: alone.
+  mkdir -p "$WINEPREFIX/drive_c" "$WINEPREFIX/dosdevices"
+  ln -sfn ../drive_c "$WINEPREFIX/dosdevices/c:"
   wineserver -p >/dev/null 2>&1 </dev/null &
   wine wineboot -i >/dev/null 2>&1 </dev/null
   # On a loaded machine the first boot has been seen to leave a prefix
@@ -35,23 +40,69 @@ start_wine_prefix() {
     wine wineboot -u >/dev/null 2>&1 </dev/null
   done
   wine winecfg -v win10 >/dev/null 2>&1 </dev/null
+  seal_wine_prefix
+}
+
+# A Windows program started from a shell inherits the shell's directory, and
+# without a drive for it Wine still hands it over (as `unix\...`): relative
+# names then reach the host. Every Wine program a script starts runs in the
+# prefix instead; where its own folder is already there, it stays.
+wine() {
+  case "$PWD/" in
+    "$WINEPREFIX"/drive_c/*) command wine "$@" ;;
+    *) (cd "$WINEPREFIX/drive_c" && command wine "$@") ;;
+  esac
+}
+winepath() { (cd "$WINEPREFIX/drive_c" && command winepath "$@"); }
+
+# Z: would map the host's /, and Wine's rd /s on a long path has emptied
+# cmd's working directory instead of the tree. The boot adds links such as
+# COM1 to a serial port (again whenever the server starts anew): the prefix
+# keeps its C: drive alone, and its shell folders become its own. Fails when
+# anything still leads out.
+seal_wine_prefix() {
+  find "$WINEPREFIX/dosdevices" -mindepth 1 -maxdepth 1 ! -name c: -type l -delete
   sandbox_shell_folders
+  check_wine_prefix_sealed
 }
 
 # Wine links a new prefix's Desktop, Documents, Downloads, Music, Pictures,
 # Videos and Templates to the host's home. An uninstaller run gone wrong could
 # then delete the host user's files: each link becomes a real, empty folder, so
-# the damage stays inside the throwaway prefix. Fails when a link is left.
+# the damage stays inside the throwaway prefix.
 sandbox_shell_folders() {
-  local users="$WINEPREFIX/drive_c/users" link
+  local link
   while IFS= read -r link; do
     rm -f "$link" && mkdir -p "$link"
-  done < <(find "$users" -type l 2>/dev/null)
-  if [ -n "$(find "$users" -type l 2>/dev/null)" ]; then
-    echo "Wine prefix $WINEPREFIX still links outside itself:" >&2
-    find "$users" -type l >&2
-    return 1
-  fi
+  done < <(find "$WINEPREFIX/drive_c/users" -type l 2>/dev/null)
+}
+
+# check_wine_prefix_sealed: fails, naming what it found, unless dosdevices
+# holds c: alone, pointing at the prefix's own drive_c, and no link under
+# drive_c leads outside the prefix. The test suite runs it too.
+check_wine_prefix_sealed() {
+  local prefix devices entry link status=0
+  prefix=$(realpath "$WINEPREFIX")
+  devices="$prefix/dosdevices"
+  [ "$(realpath -m "$devices/c:")" = "$prefix/drive_c" ] || {
+    echo "Wine prefix $prefix: C: is not its own drive_c" >&2
+    status=1
+  }
+  while IFS= read -r entry; do
+    echo "Wine prefix $prefix reaches the host through dosdevices/${entry##*/} -> $(readlink "$entry")" >&2
+    status=1
+  done < <(find "$devices" -mindepth 1 -maxdepth 1 ! -name c:)
+  # Tests make and remove links inside the prefix meanwhile: one gone is fine.
+  while IFS= read -r link; do
+    case "$(realpath -m "$link" 2>/dev/null || echo "$prefix")/" in
+      "$prefix"/*) ;;
+      *)
+        echo "Wine prefix $prefix links outside itself: $link -> $(readlink "$link")" >&2
+        status=1
+        ;;
+    esac
+  done < <(find "$prefix/drive_c" -type l 2>/dev/null)
+  return $status
 }
 
 stop_wine_prefix() {

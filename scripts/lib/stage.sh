@@ -39,8 +39,9 @@ stage_installation() {
   ORU_APP_WIN="C:\\users\\$user\\AppData\\Local\\Oru.stravo\\Application"
   ORU_APP_UNIX="$app"
   local install_reg="${ORU_APP_WIN//\\/\\\\}"
+  # Inside the prefix: a host path has no drive there.
   local reg
-  reg=$(mktemp --suffix=.reg)
+  reg=$(mktemp --suffix=.reg "$WINEPREFIX/drive_c/stage.XXXXXX")
   cat >"$reg" <<REG
 REGEDIT4
 

@@ -4,16 +4,19 @@
 # only starts such a program from the Unix side, hence a shell test.
 set -eu
 exe="$1"
-work=$(mktemp -d /tmp/oru-long-path.XXXXXX)
+# Inside the test prefix, started from there: it reaches no host path.
+drive_c="$WINEPREFIX/drive_c"
+work=$(mktemp -d "$drive_c/long-path.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 deep="$work"
-while [ ${#deep} -lt 300 ]; do deep="$deep/directory_level"; done
+# Long as Windows sees it: C:\ stands for $drive_c/.
+while [ $((${#deep} - ${#drive_c} + 2)) -lt 300 ]; do deep="$deep/directory_level"; done
 mkdir -p "$deep"
 cp "$exe" "$deep/oru_uninstall.exe"
-log=$(ls -d "$WINEPREFIX"/drive_c/users/*/Temp 2>/dev/null | head -n 1)/OruSetupLogs/oru_uninstall.log
+log=$(ls -d "$drive_c"/users/*/Temp 2>/dev/null | head -n 1)/OruSetupLogs/oru_uninstall.log
 rm -f "$log"
 set +e
-wine "$deep/oru_uninstall.exe" --silent-oru
+(cd "$drive_c" && wine "$deep/oru_uninstall.exe" --silent-oru)
 code=$?
 set -e
 echo "exit code: $code"

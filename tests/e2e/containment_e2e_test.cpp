@@ -61,6 +61,11 @@ void ExpectContained(const StagedInstall& install, DWORD exitCode, const std::ws
       << "no log at " << WideToUtf8(install.FinalLogPath());
 }
 
+TEST(Containment, TheTestPrefixReachesNothingButItsOwnDriveC) {
+  EXPECT_EQ(::GetLogicalDrives(), 1u << 2) << "a drive beside C: (Z: would be the host's /)";
+  EXPECT_EQ(BinDir().substr(0, 3) + std::filesystem::current_path().wstring().substr(0, 3), L"C:\\C:\\");
+}
+
 // Each record is refused and so treated as a missing one: nothing run,
 // nothing deleted, the log beside the uninstaller. Where the record leads,
 // another vendor's product waits with its own setup.exe; relative records

@@ -38,7 +38,8 @@ cleanup() {
 }
 trap cleanup EXIT
 export DISPLAY="$display"
-start_wine_prefix "$prefix"
+start_wine_prefix "$prefix" || exit 1
+cd "$prefix/drive_c"
 wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v SimSun /t REG_SZ /d 'WenQuanYi Micro Hei' /f >/dev/null 2>&1
 mkdir -p "$artifacts"
 failures=0

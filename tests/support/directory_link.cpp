@@ -25,12 +25,12 @@ std::wstring UnixPath(const std::wstring& path) {
 }
 
 void RunUnix(const std::wstring& program, const std::wstring& arguments) {
-  std::wstring commandLine = L"/bin/" + program + L" " + arguments;
+  // No drive maps the host's /: Wine's own \\?\unix\ names reach its /bin.
+  std::wstring commandLine = L"\\\\?\\unix\\bin\\" + program + L" " + arguments;
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info{};
-  if (::CreateProcessW((L"Z:\\bin\\" + program).c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       nullptr, &startup, &info)) {
+  if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info)) {
     UniqueHandle process(info.hProcess), thread(info.hThread);
   }
 }
