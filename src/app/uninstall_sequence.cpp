@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "app/browser_removal.h"
-#include "app/install_discovery.h"
+#include "app/application_stop.h"
 #include "app/registry_cleanup.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
@@ -41,7 +41,7 @@ void RemoveProductRegistryEntries() {
   if (DeleteProductRegistryEntries()) {
     Report("uninstall_registry_done", action);
   } else {
-    action["error"] = "delete_failed";
+    action[kErrorKey] = "delete_failed";
     Report("uninstall_registry_fail", action);
   }
 }
@@ -65,7 +65,7 @@ bool RunMainSteps(const UninstallContext& context) {
     return false;
   }
 
-  EventParams files{{"setup_path", WideToUtf8(setupPath)}, {"keep_user_data", BoolText(context.keep_user_data)}};
+  EventParams files{{"setup_path", WideToUtf8(setupPath)}, {kKeepUserDataKey, BoolText(context.keep_user_data)}};
   Report("uninstall_delete_files_start", files);
   const std::uint32_t exitCode = RunBrowserUninstaller(setupPath, arguments);
 
@@ -85,11 +85,11 @@ bool RunMainSteps(const UninstallContext& context) {
 
 }  // namespace
 
-unsigned RunUninstall(UninstallContext& context) {
-  const unsigned checkResult = StopAppAndFindInstallation(context);
+unsigned RunUninstall(UninstallContext& context, const InstallationRecord& installation) {
+  const unsigned checkResult = StopAppAndFindInstallation(context, installation);
   if (checkResult != kInstallationReady) {
     LogInfo(L"卸载器初始化失败！");
-    Report(kEventUninstallFailed, {{"reason", "init_failed"}, {"result_code", ToDecimal(checkResult)}});
+    Report(kEventUninstallFailed, {{kReasonKey, "init_failed"}, {kResultCodeKey, ToDecimal(checkResult)}});
     return checkResult;
   }
   LogInfo(L"初始化成功，开始卸载！");

@@ -8,9 +8,10 @@
 
 namespace oru {
 
-// Runs the uninstall on context, filling in the installation it finds.
+// Runs the uninstall on context, taking on `installation` once the
+// application is stopped.
 // Returns 0 on success, 1 when it ran but did not complete, and 4 or 5 when
 // the installation check failed; every step is logged and reported.
-[[nodiscard]] unsigned RunUninstall(UninstallContext& context);
+[[nodiscard]] unsigned RunUninstall(UninstallContext& context, const InstallationRecord& installation);
 
 }  // namespace oru

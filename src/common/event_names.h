@@ -11,4 +11,10 @@ inline constexpr char kEventUninstallFailed[] = "uninstall_failed";
 // registry clean-up also sends it as a parameter of its own.
 inline constexpr char kActionKey[] = "action";
 
+// Parameter keys several files send.
+inline constexpr char kErrorKey[] = "error";
+inline constexpr char kResultCodeKey[] = "result_code";
+inline constexpr char kReasonKey[] = "reason";
+inline constexpr char kKeepUserDataKey[] = "keep_user_data";
+
 }  // namespace oru

@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "telemetry/device_id_provider.h"
+
 #include "identity/dorvid_binding.h"
 
 namespace oru {
@@ -52,6 +54,12 @@ class DorvidManager {
 // Starts the manager with sdkDirectory\dorvid.dll and asks for the
 // identifier once: the telemetry reporter's source of the device identifier.
 [[nodiscard]] std::wstring ObtainD36(const std::wstring& sdkDirectory);
+
+// ObtainD36 as the event reporter asks for it.
+class DorvidDeviceIds : public DeviceIdProvider {
+ public:
+  [[nodiscard]] std::wstring DeviceId(const std::wstring& sdkDirectory) override { return ObtainD36(sdkDirectory); }
+};
 
 // The result callback given to the library's asynchronous query. Logs and
 // reports "dorvid_event" when it carries an identifier; safe to call from

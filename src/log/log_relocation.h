@@ -27,7 +27,7 @@ struct LogPlacement {
 // Appends tempLogPath to targetPath under a "New Session" header, without the
 // temporary log's byte-order mark, and deletes tempLogPath. On failure the
 // temporary log is kept. True when the content was appended.
-bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath);
+[[nodiscard]] bool AppendLogToExisting(const std::wstring& tempLogPath, const std::wstring& targetPath);
 
 // "OruInstallLogPath" when the name has at least 7 characters and contains
 // "install" anywhere - "oru_uninstall.log" included, deliberately - and

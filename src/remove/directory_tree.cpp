@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "common/event_names.h"
 #include "common/directory_entries.h"
 #include "common/entry_removal.h"
 #include "common/event_params.h"
@@ -21,7 +22,6 @@ constexpr char kDirDone[] = "uninstall_delete_dir_done";
 constexpr char kDirFail[] = "uninstall_delete_dir_fail";
 constexpr char kFileDone[] = "uninstall_delete_file_done";
 constexpr char kFileFail[] = "uninstall_delete_file_fail";
-constexpr char kError[] = "error";
 
 void Report(const char* name, EventParams params) { EventReporter::GetInstance().Report(name, params); }
 
@@ -96,7 +96,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
   if (!listed) {
     LogInfo(JoinWide({L"Failed to find files in directory: ", dir}));
     EventParams failure = DirParams(dir);
-    failure[kError] = "find_failed";
+    failure[kErrorKey] = "find_failed";
     Report(kDirFail, failure);
     return false;
   }
@@ -121,7 +121,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
   }
   LogInfo(JoinWide({L"Failed to schedule directory deletion on reboot: ", dir}));
   EventParams failure = DirParams(dir);
-  failure[kError] = "schedule_failed";
+  failure[kErrorKey] = "schedule_failed";
   Report(kDirFail, failure);
   return false;
 }

@@ -20,11 +20,11 @@ namespace oru {
 //
 // Every name is reached through its extended-length path: reserved device
 // names, trailing dots and blanks, and paths past MAX_PATH go like any other.
-bool DeleteDirectoryTree(const std::wstring& dir);
+[[nodiscard]] bool DeleteDirectoryTree(const std::wstring& dir);
 
 // Removes one entry of dir as the walk above does: a directory link as a
 // link, a folder with DeleteDirectoryTree, a file with its fallbacks. True
 // when it went (or was moved away or scheduled).
-bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry);
+[[nodiscard]] bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry);
 
 }  // namespace oru

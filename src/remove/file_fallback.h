@@ -13,7 +13,7 @@ namespace oru {
 // schedules the renamed copy for deletion at reboot; when the rename fails,
 // schedules path itself. True when the file is gone, moved away, or its
 // deletion at reboot is registered; false only when every fallback failed.
-bool DeleteFileWithFallback(const std::wstring& path);
+[[nodiscard]] bool DeleteFileWithFallback(const std::wstring& path);
 
 // A path in the temporary directory, not yet in use when generated, whose
 // last component derives from the last component of path. Never fails: after
@@ -21,7 +21,7 @@ bool DeleteFileWithFallback(const std::wstring& path);
 [[nodiscard]] std::wstring GenerateTempDeleteName(const std::wstring& path);
 
 // Asks the system to delete path at the next reboot. True when registered.
-bool ScheduleDeleteOnReboot(const std::wstring& path);
+[[nodiscard]] bool ScheduleDeleteOnReboot(const std::wstring& path);
 
 // Tests pin the tick count and the random value that make temporary names
 // unique; nullptr restores GetTickCount and rand.

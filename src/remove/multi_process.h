@@ -37,12 +37,13 @@ std::uint32_t RunChildProcess(const std::wstring& commandLine, std::uint32_t tim
 
 // Tries cmdCommand, then powerShellCommand. True when one of them exited 0
 // and target no longer exists afterwards.
-bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
-                                   const std::wstring& target, std::uint32_t timeoutMs, const std::wstring& operation);
+[[nodiscard]] bool RunDeletionWithChildProcesses(const std::wstring& cmdCommand, const std::wstring& powerShellCommand,
+                                                 const std::wstring& target, std::uint32_t timeoutMs,
+                                                 const std::wstring& operation);
 
 // Deletes a file through child processes; on success also removes the
 // folders the deletion left empty. True when the file is verified gone.
-bool DeleteFileMultiProcess(const std::wstring& path);
+[[nodiscard]] bool DeleteFileMultiProcess(const std::wstring& path);
 
 // Deletes a directory tree through child processes; the outcome is logged only.
 void DeleteDirectoryMultiProcess(const std::wstring& dir);

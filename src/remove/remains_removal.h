@@ -17,6 +17,6 @@ namespace oru {
 // never entered; every entry logged as the tree walk logs it). installDir
 // and `keep` in the form CanonicalPathForm gives; installDir itself stays.
 // True when everything else went (or was moved away or scheduled).
-bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::wstring>& keep);
+[[nodiscard]] bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::wstring>& keep);
 
 }  // namespace oru

@@ -29,6 +29,6 @@ void CreateAndRunSelfDeleteDirScript(const std::wstring& dir);
 
 // Writes the script to scriptPath as UTF-8 with a byte-order mark and CR LF
 // line ends. False when the file cannot be opened or a line not written.
-bool WriteSelfDeleteScript(const std::wstring& scriptPath);
+[[nodiscard]] bool WriteSelfDeleteScript(const std::wstring& scriptPath);
 
 }  // namespace oru

@@ -54,22 +54,22 @@ EventReporter::EventReporter()
 
 EventReporter::~EventReporter() = default;
 
-bool EventReporter::Init(const std::wstring& sdkDirectory) {
+bool EventReporter::Init(const std::wstring& sdkDirectory, DeviceIdProvider* deviceIds) {
   if (initialized_) return true;
   sdk_directory_ = sdkDirectory;
   library_->loader = tavrin::LoadAndBind(sdk_directory_);
   if (library_->loader == nullptr) return false;
   if (!tavrin::Configure(sdk_directory_, hardware_os_, version_)) return false;
-  SetCommonParams();
+  SetCommonParams(deviceIds);
   LogInfo(L"初始化成功!");
   initialized_ = true;
   SendPendingEvents();
   return true;
 }
 
-void EventReporter::SetCommonParams() {
+void EventReporter::SetCommonParams(DeviceIdProvider* deviceIds) {
   LogInfo(L"开始初始化 Tavrin 公共参数");
-  const std::wstring d36 = device_id_source_ ? device_id_source_(sdk_directory_) : std::wstring();
+  const std::wstring d36 = deviceIds != nullptr ? deviceIds->DeviceId(sdk_directory_) : std::wstring();
   LogInfo(L"获取到 dorvid: " + d36);
   const EventParams common{{"platform", platform_},  {"hardware_os", hardware_os_},
                            {"version", version_},    {"launch_channel", launch_channel_},

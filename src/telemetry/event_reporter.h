@@ -7,12 +7,12 @@
 // device-identifier callback, which the library delivers on its own.
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "common/event_params.h"
+#include "telemetry/device_id_provider.h"
 
 namespace oru {
 
@@ -23,23 +23,16 @@ class EventReporter {
     EventParams params;
   };
 
-  // Yields the device identifier for the common parameters, given the
-  // folder the telemetry library was loaded from; empty when there is none.
-  using DeviceIdSource = std::function<std::wstring(const std::wstring& sdkDirectory)>;
-
   static EventReporter& GetInstance();
 
   EventReporter(const EventReporter&) = delete;
   EventReporter& operator=(const EventReporter&) = delete;
 
   // Loads the telemetry library from sdkDirectory, sets the common
-  // parameters (the device identifier included) and sends what is queued.
-  // True when already initialised; false (logged) when the library is
-  // missing or unusable, in which case events stay queued.
-  bool Init(const std::wstring& sdkDirectory);
-
-  // Set before Init; without a source the identifier is sent empty.
-  void SetDeviceIdSource(DeviceIdSource source) { device_id_source_ = std::move(source); }
+  // parameters (the device identifier from `deviceIds`, empty without one)
+  // and sends what is queued. True when already initialised; false (logged)
+  // when the library is missing or unusable, in which case events stay queued.
+  bool Init(const std::wstring& sdkDirectory, DeviceIdProvider* deviceIds = nullptr);
 
   // Sends one event, or queues it while the library is not ready. Never fails.
   void Report(const std::string& eventName, const EventParams& params);
@@ -58,7 +51,7 @@ class EventReporter {
   EventReporter();
   ~EventReporter();
 
-  void SetCommonParams();
+  void SetCommonParams(DeviceIdProvider* deviceIds);
   void SendPendingEvents();
   // Milliseconds since the start tick, or 0 while no start tick is set.
   [[nodiscard]] std::uint32_t Elapsed() const;
@@ -67,7 +60,6 @@ class EventReporter {
 
   bool initialized_ = false;
   std::wstring sdk_directory_;
-  DeviceIdSource device_id_source_;
   std::string platform_;
   std::string hardware_os_;
   std::string version_;

@@ -174,7 +174,8 @@ bool TempDirectoryManager::TryCreateInLocalAppData() {
   }
   if (!FormatPath(tavrinDir, L"%ls\\tavrin", tempDir) || !CreateHiddenDirectory(tavrinDir)) {
     LogWarning(kTavrinFailed);
-    DeleteDirectoryRecursive(tempDir);
+    // Its own lines tell whether it went; the next place is tried either way.
+    (void)DeleteDirectoryRecursive(tempDir);
     return false;
   }
   LogInfo(L"  策略2成功");

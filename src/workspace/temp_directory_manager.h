@@ -75,7 +75,7 @@ class TempDirectoryManager {
   [[nodiscard]] bool CreateDirectoryTree(const std::wstring& path);
   // Deletes `path` with everything below it, read-only files included. No
   // retries, nothing scheduled for a reboot; false when `path` remains.
-  bool DeleteDirectoryRecursive(const std::wstring& path);
+  [[nodiscard]] bool DeleteDirectoryRecursive(const std::wstring& path);
   // Total size of the files below `path`; 0 when it cannot be listed.
   [[nodiscard]] std::uint64_t GetDirectorySize(const std::wstring& path);
 

@@ -150,10 +150,11 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   const bool listed = ForEachEntry(path, [&](const DirectoryEntry& entry) {
     const std::wstring child = JoinWide({path, L"\\", entry.name});
     if (entry.IsLink() && entry.IsDirectory()) {
-      RemoveLink(child);
+      // What stays shows when the folder itself will not go.
+      (void)RemoveLink(child);
       ++directories;
     } else if (entry.IsDirectory()) {
-      DeleteDirectoryRecursive(child);
+      (void)DeleteDirectoryRecursive(child);
       ++directories;
     } else {
       // Read-only files are deleted too: the attribute is lifted from the

@@ -104,7 +104,7 @@ TEST(DeleteDirectoryTree, LinkIsRemovedWithoutTouchingItsTarget) {
   const std::wstring root = dir.Child(L"root");
   test::DirectoryLink rootLink(root, dir.Child(L"target"));
   ASSERT_TRUE(rootLink.Made());
-  DeleteDirectoryTree(root);
+  (void)DeleteDirectoryTree(root);
   EXPECT_TRUE(test::Exists(sentinel));
   EXPECT_FALSE(log.HasFragment(L"Recursively deleting directory: " + root));
 }

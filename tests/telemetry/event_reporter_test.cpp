@@ -31,17 +31,21 @@ class ReporterWithLibraries : public ::testing::Test {
   void SetUp() override {
     sdk_ = dir_.MakeDir(L"sdk 遥测");
     trace_ = test::StageTavrin(sdk_);
-    reporter_.SetDeviceIdSource([this](const std::wstring& sdkDirectory) {
-      asked_in_ = sdkDirectory;
-      return std::wstring(L"d36-of-source");
-    });
   }
+  // Notes where it was asked.
+  struct DeviceIds : DeviceIdProvider {
+    std::wstring askedIn;
+    std::wstring DeviceId(const std::wstring& sdkDirectory) override {
+      askedIn = sdkDirectory;
+      return L"d36-of-source";
+    }
+  };
   [[nodiscard]] std::vector<TraceCall> Trace() const { return ReadTrace(trace_); }
 
   TempDir dir_;
   std::wstring sdk_;
   std::wstring trace_;
-  std::wstring asked_in_;
+  DeviceIds device_ids_;
   EventReporter& reporter_ = EventReporter::GetInstance();
 };
 
@@ -51,7 +55,7 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
   reporter_.Report("bare", {});
   EXPECT_TRUE(Trace().empty());
 
-  ASSERT_TRUE(reporter_.Init(sdk_));
+  ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
   EXPECT_TRUE(reporter_.PendingEvents().empty());
   EXPECT_TRUE(test::Exists(keep)) << "an existing data folder is used as it is";
 
@@ -71,7 +75,7 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
   EXPECT_EQ(calls[0].name, "TV_InitSDK");
   EXPECT_EQ(calls[0].Block("config"), config);
   EXPECT_EQ(calls[1].name, "TV_SetCommonParams");
-  EXPECT_EQ(asked_in_, sdk_);
+  EXPECT_EQ(device_ids_.askedIn, sdk_);
   EXPECT_EQ(calls[1].Pairs(),
             (Pairs{"d36=d36-of-source", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
                    "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
@@ -87,7 +91,7 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
 }
 
 TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnce) {
-  ASSERT_TRUE(reporter_.Init(sdk_));
+  ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
   reporter_.Report("plain", {{"result", "pass"}});
   reporter_.Report("own_mode", {{"install_mode", "silent"}});
   std::string key(300, 'k');

@@ -167,9 +167,9 @@ TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
   EXPECT_EQ(manager.GetDirectorySize(tree), 10u);
   // A link passed in itself is neither sized nor walked.
   EXPECT_EQ(manager.GetDirectorySize(tree + L"\\link"), 0u);
-  manager.DeleteDirectoryRecursive(tree + L"\\link");
+  (void)manager.DeleteDirectoryRecursive(tree + L"\\link");
   EXPECT_TRUE(Exists(keep));
-  manager.DeleteDirectoryRecursive(tree);
+  (void)manager.DeleteDirectoryRecursive(tree);
   // Wine's RemoveDirectoryW acts on the link's target rather than on the link
   // (it refuses, the target being full), so whether the link itself went is
   // not asserted here; on Windows it goes.

@@ -1,8 +1,8 @@
-#include "app/install_discovery.h"
+#include "app/application_stop.h"
 
 #include <windows.h>
 
-#include "app/installation_lookup.h"
+#include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
@@ -28,7 +28,7 @@ bool StopRunningApp(const UninstallContext& context) {
   EventReporter::GetInstance().Report("uninstall_stop_app_start", params);
   if (!KillProcess(name)) {
     LogInfo(name + L" kill failed.");
-    params["error"] = "kill_failed";
+    params[kErrorKey] = "kill_failed";
     EventReporter::GetInstance().Report("uninstall_stop_app_fail", params);
     return false;
   }
@@ -38,10 +38,10 @@ bool StopRunningApp(const UninstallContext& context) {
 
 }  // namespace
 
-unsigned StopAppAndFindInstallation(UninstallContext& context) {
+unsigned StopAppAndFindInstallation(UninstallContext& context, const InstallationRecord& installation) {
   if (!StopRunningApp(context)) return kAppKillFailed;
 
-  static_cast<InstallationRecord&>(context) = ReadInstallationRecord();
+  static_cast<InstallationRecord&>(context) = installation;
   if (context.install_path.empty() || context.pv.empty()) {
     LogInfo(L"Could not find required installation information in the registry (OruInstallPath or pv).");
     return kInstallationInfoMissing;
