@@ -21,6 +21,7 @@
 #include "common/strings.h"
 #include "remove/self_delete_script.h"
 #include "support/child_process.h"
+#include "support/directory_link.h"
 #include "support/reboot_list.h"
 #include "support/test_paths.h"
 #include "sys/child_process.h"
@@ -104,6 +105,14 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     // A prefix whose shell folders still lead to the host's home is no place for these rows.
     ASSERT_EQ(::GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u) << WideToUtf8(folder);
     rows.push_back({folder, kStagedPv, folder + L"\\" + kStagedPv, none});
+  }
+  // A record below a link to the folder holding every profile: only where
+  // it really leads, a profile, gives it away.
+  const std::wstring users = std::filesystem::path(profile).parent_path().wstring();
+  test::DirectoryLink usersLink(local + L"\\Oru Users Link", users);
+  if (usersLink.Made()) {
+    rows.push_back({local + L"\\Oru Users Link\\" + std::filesystem::path(profile).filename().wstring(), kStagedPv,
+                    profile + L"\\" + kStagedPv, none});
   }
   for (const Row& row : rows) {
     SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + row.path + L", pv " + row.pv));

@@ -133,6 +133,11 @@ TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
           "Chrome 卸载器是否弹窗: 1", "是否保留用户数据: 1", "Oru 卸载器是否弹窗: 0"}) {
       EXPECT_TRUE(Has(install.FinalLog(), line)) << line;
     }
+    // Each option reaches the first event under its own key.
+    for (const char* param : {R"(key="force_kill" value="false")", R"(key="silent_chrome" value="false")",
+                              R"(key="silent_oru" value="true")", R"(key="keep_user_data" value="true")"}) {
+      EXPECT_TRUE(Has(install.TavrinTrace(), param)) << param;
+    }
   }
   {
     StagedInstall install;

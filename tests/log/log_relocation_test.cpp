@@ -62,6 +62,19 @@ TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_EQ(ReadFileBytes(finalLog), content);
 }
 
+// A run-time log without a byte-order mark loses none of its bytes; one with
+// it (TwoRuns above) loses only the mark.
+TEST(LogRelocationTest, ALogWithoutAByteOrderMarkIsAppendedWhole) {
+  TempDir dir;
+  const std::wstring target = dir.WriteFile(L"final.log", std::string(kBom) + "older\n");
+  const std::wstring run = dir.WriteFile(L"run.log", "abcdef\n");
+  ASSERT_TRUE(AppendLogToExisting(run, target));
+  const std::string content = ReadFileBytes(target);
+  EXPECT_TRUE(std::regex_match(content, std::regex(std::string(kBom) + "older\n" + kSessionHeader + "abcdef\n")))
+      << content;
+  EXPECT_FALSE(Exists(run));
+}
+
 TEST(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
   TempDir temp;
   TempDir executable;
