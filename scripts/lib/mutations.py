@@ -53,7 +53,7 @@ MUTATIONS = [
     dict(name="sweep-through-a-linked-parent", file="src/workspace/stale_sweep.cpp",
          find="    if (!link.empty()) {", replace="    if (false) {", tests="Containment.LinksAreNeverEntered"),
     dict(name="workspace-in-a-linked-temp", file="src/workspace/temp_directory_manager.cpp",
-         find="  if (IsLink(temp)) {", replace="  if (false) {", tests="Containment.LinksAreNeverEntered"),
+         find="  if (IsReparsePoint(temp)) {", replace="  if (false) {", tests="Containment.LinksAreNeverEntered"),
     dict(name="listing-cut-short-counts-as-whole", file="src/common/directory_entries.cpp",
          find="return ::GetLastError() == ERROR_NO_MORE_FILES;", replace="return true;",
          tests="NeedsSelfDelete|MinimalState",

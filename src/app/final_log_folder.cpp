@@ -18,7 +18,7 @@ std::wstring ChooseFinalLogFolder(const std::wstring& ownDirectory, const std::w
   };
   if (!doomedDirectory.empty() && doomed()) {
     reason = L"Log kept outside the directory being removed: ";
-  } else if (IsLink(ownDirectory) || IsLink(JoinWide({ownDirectory, L"\\", logFileName}))) {
+  } else if (IsReparsePoint(ownDirectory) || IsReparsePoint(JoinWide({ownDirectory, L"\\", logFileName}))) {
     reason = L"Log kept out of a folder reached through a link: ";
   } else {
     return ownDirectory;

@@ -9,7 +9,7 @@ namespace oru {
 
 bool DirectoryEntry::IsDirectory() const { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
 
-bool DirectoryEntry::IsLink() const { return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+bool DirectoryEntry::IsReparsePoint() const { return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
 
 bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit) {
   WIN32_FIND_DATAW data{};

@@ -17,8 +17,9 @@ struct DirectoryEntry {
   std::uint64_t size = 0;
 
   [[nodiscard]] bool IsDirectory() const;
-  // A junction, symbolic link or mount point: never to be entered.
-  [[nodiscard]] bool IsLink() const;
+  // A reparse point of any kind (junction, symbolic link, mount point...):
+  // never to be entered.
+  [[nodiscard]] bool IsReparsePoint() const;
 };
 
 // Calls visit(entry) for each entry of `directory` (listed through its

@@ -7,7 +7,7 @@
 
 namespace oru {
 
-bool IsLink(const std::wstring& path) {
+bool IsReparsePoint(const std::wstring& path) {
   const DWORD attributes = ::GetFileAttributesW(ExtendedLengthPath(path).c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
   // Nothing there is no link; anything else that hides the answer is taken
@@ -19,7 +19,7 @@ bool IsLink(const std::wstring& path) {
 std::wstring FindLinkFrom(std::wstring_view base, std::wstring_view path) {
   for (size_t end = base.size();; end = path.find(L'\\', end + 1)) {
     const std::wstring prefix(path.substr(0, end));
-    if (IsLink(prefix)) return prefix;
+    if (IsReparsePoint(prefix)) return prefix;
     if (end >= path.size()) return {};
   }
 }
@@ -28,7 +28,7 @@ bool IsTreeFreeOfLinks(const std::wstring& directory, std::wstring& offender) {
   bool clean = true;
   const bool listed = ForEachEntry(directory, [&](const DirectoryEntry& entry) {
     const std::wstring child = directory + L"\\" + std::wstring(entry.name);
-    if (entry.IsLink()) {
+    if (entry.IsReparsePoint()) {
       offender = child;
       clean = false;
     } else if (entry.IsDirectory()) {

@@ -3,15 +3,18 @@
 // Where a path meets a link. A link inside the installation may point at
 // anything the user owns, so nothing is run or deleted through one; these
 // answers come from the links' own attributes, never from their targets.
+// Every reparse point counts as a link - junctions, symbolic links, mount
+// points, and the rest (cloud placeholders included): whatever the system
+// may redirect is not entered.
 
 #include <string>
 #include <string_view>
 
 namespace oru {
 
-// True when `path` itself is a junction, symbolic link or mount point, or
-// when its attributes cannot be read for any reason but its absence.
-[[nodiscard]] bool IsLink(const std::wstring& path);
+// True when `path` itself is a reparse point of any kind, or when its
+// attributes cannot be read for any reason but its absence.
+[[nodiscard]] bool IsReparsePoint(const std::wstring& path);
 
 // The first link on the way from `base` down to `path`, `base` and `path`
 // included (both in normal form, `path` at or below `base`); empty when there

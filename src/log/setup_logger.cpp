@@ -5,6 +5,7 @@
 
 #include <exception>
 
+#include "common/temp_folder.h"
 #include "common/links.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
@@ -189,16 +190,21 @@ std::wstring SetupLogger::LogPath() {
 }
 
 void InitSetupLog(const std::wstring& fileName, std::wstring_view banner) {
-  wchar_t temp[MAX_PATH] = {};
-  ::GetTempPathW(MAX_PATH, temp);
-  const std::wstring directory = std::wstring(temp) + L"OruSetupLogs";
+  const std::wstring temp = SystemTempFolder();
+  // Without it a relative "OruSetupLogs" would land wherever the process
+  // stands: the log then reaches the debugger channel only.
+  if (temp.empty()) {
+    EmitDebug({L"[InitLog] no temporary folder, no log file\n"});
+    return;
+  }
+  const std::wstring directory = temp + L"\\OruSetupLogs";
   // An existing directory is fine; a real failure shows when the file won't open.
   ::SHCreateDirectoryExW(nullptr, directory.c_str(), nullptr);
   SetupLogger& logger = SetupLogger::Instance();
 
   std::wstring why;
   std::wstring setAside;
-  if (IsLink(directory)) {
+  if (IsReparsePoint(directory)) {
     why = L"the log folder is a link";
   } else if (!SetLeftoverAside(directory + L"\\" + fileName, setAside)) {
     why = L"an earlier log there could not be renamed aside";

@@ -69,7 +69,7 @@ bool DeleteFileEntry(const std::wstring& file) {
 bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
   const std::wstring child = JoinWide({dir, L"\\", entry.name});
   // A file link goes like any file: that removes the link.
-  if (entry.IsLink() && entry.IsDirectory()) return RemoveLink(child);
+  if (entry.IsReparsePoint() && entry.IsDirectory()) return RemoveLink(child);
   if (!entry.IsDirectory()) return DeleteFileEntry(child);
   const bool removed = DeleteDirectoryTree(child);
   // The recursive call has normally removed child already, so this usually
@@ -84,7 +84,7 @@ bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
 bool DeleteDirectoryTree(const std::wstring& dir) {
   // The rule for entries holds for the folder passed in too: a link is
   // removed as a link, never walked.
-  if (IsLink(dir)) return RemoveLink(dir);
+  if (IsReparsePoint(dir)) return RemoveLink(dir);
   LogInfo(JoinWide({L"Recursively deleting directory: ", dir}));
   Report("uninstall_delete_dir_start", DirParams(dir));
 

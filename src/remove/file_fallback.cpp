@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "common/temp_folder.h"
 #include "common/entry_removal.h"
 #include "common/path_rules.h"
 #include "common/strings.h"
@@ -51,13 +52,14 @@ void SetTempNameSourcesForTesting(TickSource tick, RandomSource random) {
 }
 
 std::wstring GenerateTempDeleteName(const std::wstring& path) {
-  wchar_t buffer[MAX_PATH] = {};
-  std::wstring directory;
-  if (::GetTempPathW(MAX_PATH, buffer) == 0) {
+  // The names keep the system's own trailing backslash: the texts a reader
+  // of the log knows hold two.
+  std::wstring directory = SystemTempFolder();
+  if (directory.empty()) {
     LogInfo(L"Failed to get temp path, using current directory");
     directory = L".";
   } else {
-    directory = buffer;
+    directory += L'\\';
   }
   const std::wstring baseName(FileNamePart(path));
 

@@ -22,7 +22,7 @@ namespace {
 std::optional<std::vector<ListedEntry>> ListLevel(const std::wstring& path) {
   std::vector<ListedEntry> entries;
   const bool listed = ForEachEntry(path, [&](const DirectoryEntry& entry) {
-    entries.push_back({std::wstring(entry.name), entry.IsDirectory(), entry.IsLink()});
+    entries.push_back({std::wstring(entry.name), entry.IsDirectory(), entry.IsReparsePoint()});
     return true;
   });
   if (!listed) return std::nullopt;

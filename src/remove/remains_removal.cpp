@@ -19,7 +19,7 @@ bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::
     const auto heldBelow = [&](const std::wstring& path) { return IsSameOrInside(path, child); };
     if (std::any_of(keep.begin(), keep.end(), kept)) {
       LogInfo(L"Kept while the uninstaller still needs it: " + child);
-    } else if (!entry.IsLink() && entry.IsDirectory() && std::any_of(keep.begin(), keep.end(), heldBelow)) {
+    } else if (!entry.IsReparsePoint() && entry.IsDirectory() && std::any_of(keep.begin(), keep.end(), heldBelow)) {
       if (!DeleteRemainsExcept(child, keep)) result = false;
     } else if (!DeleteEntry(installDir, entry)) {
       result = false;

@@ -33,7 +33,7 @@ std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstri
     return L"the uninstaller does not run from " + ownFolder;
   }
   if (installPath.find(L'%') != std::wstring::npos) return L"the path holds %, which the script would expand";
-  std::wstring offender = IsLink(installPath) ? installPath : std::wstring();
+  std::wstring offender = IsReparsePoint(installPath) ? installPath : std::wstring();
   if (!offender.empty() || !IsTreeFreeOfLinks(installPath, offender)) {
     return L"a link, or a folder that cannot be listed, lies in it: " + offender;
   }

@@ -6,6 +6,7 @@
 #include <knownfolders.h>
 #include <shlobj.h>
 
+#include "common/temp_folder.h"
 #include "common/path_rules.h"
 
 namespace oru {
@@ -28,9 +29,8 @@ std::vector<std::wstring> ProtectedFolders() {
     }
     ::CoTaskMemFree(path);
   }
-  wchar_t temp[MAX_PATH] = {};
-  const DWORD length = ::GetTempPathW(MAX_PATH, temp);
-  if (length > 0 && length < MAX_PATH) folders.push_back(NormalizePath(temp));
+  const std::wstring temp = SystemTempFolder();
+  if (!temp.empty()) folders.push_back(NormalizePath(temp));
   return folders;
 }
 

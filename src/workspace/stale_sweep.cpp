@@ -4,6 +4,7 @@
 #include <shlobj.h>
 #include <windows.h>
 
+#include "common/temp_folder.h"
 #include "common/directory_entries.h"
 #include "common/links.h"
 #include "common/strings.h"
@@ -54,7 +55,7 @@ void TempDirectoryManager::CleanupStaleDirectories() {
       const std::wstring stale = JoinWide({parent, L"\\", entry.name});
       // Only a real folder can be a workspace of ours; a link named like one
       // points at something else and is left alone.
-      if (entry.IsLink()) {
+      if (entry.IsReparsePoint()) {
         LogInfo(kStaleLinkLeftAlone + stale);
       } else {
         RemoveStaleDirectory(stale, std::wstring(entry.name), count, freedBytes);
@@ -63,12 +64,8 @@ void TempDirectoryManager::CleanupStaleDirectories() {
     });
   };
 
-  wchar_t temp[MAX_PATH] = {};
-  const DWORD tempLength = ::GetTempPathW(MAX_PATH, temp);
-  if (tempLength > 0 && tempLength < MAX_PATH) {
-    if (temp[tempLength - 1] == L'\\') temp[tempLength - 1] = L'\0';
-    sweep(temp, temp, L"OruSetup_");
-  }
+  const std::wstring temp = SystemTempFolder();
+  if (!temp.empty()) sweep(temp, temp, L"OruSetup_");
 
   wchar_t localAppData[MAX_PATH] = {};
   if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData))) {
@@ -78,7 +75,7 @@ void TempDirectoryManager::CleanupStaleDirectories() {
   if (exeDir[0] != L'\0') {
     for (const wchar_t* name : {L".OruSetupTemp", L".OruSetupTemp_cwd"}) {
       const std::wstring besideExecutable = JoinWide({exeDir, L"\\", name});
-      if (IsLink(besideExecutable)) {
+      if (IsReparsePoint(besideExecutable)) {
         LogInfo(kStaleLinkLeftAlone + besideExecutable);
       } else if (IsDirectory(::GetFileAttributesW(besideExecutable.c_str()))) {
         RemoveStaleDirectory(besideExecutable, name, count, freedBytes);

@@ -6,6 +6,7 @@
 
 #include <string_view>
 
+#include "common/temp_folder.h"
 #include "common/links.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
@@ -104,20 +105,18 @@ bool TempDirectoryManager::PrepareHiddenWorkspace() {
 }
 
 bool TempDirectoryManager::TryCreateInSystemTemp() {
-  wchar_t temp[MAX_PATH] = {};
-  const DWORD length = ::GetTempPathW(MAX_PATH, temp);
-  if (length == 0 || length >= MAX_PATH) {
+  const std::wstring temp = SystemTempFolder();
+  if (temp.empty()) {
     LogInfo(kTempPathFailed);
     return false;
   }
-  if (temp[length - 1] == L'\\') temp[length - 1] = L'\0';
   // A linked temporary folder would put the workspace, and what the sweep
   // deletes, wherever it points.
-  if (IsLink(temp)) {
-    LogInfo(kLinkOnTheWay + std::wstring(temp));
+  if (IsReparsePoint(temp)) {
+    LogInfo(kLinkOnTheWay + temp);
     return false;
   }
-  if (!FormatPath(tempDir, L"%ls\\OruSetup_%u", temp, ProcessId())) {
+  if (!FormatPath(tempDir, L"%ls\\OruSetup_%u", temp.c_str(), ProcessId())) {
     LogInfo(kTempPathFailed);
     return false;
   }

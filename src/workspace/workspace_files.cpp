@@ -86,7 +86,7 @@ bool TempDirectoryManager::CreateHiddenDirectory(const std::wstring& path) {
   }
   // A link that would not go stays a link: using it would put the workspace
   // wherever it points.
-  if (IsLink(path)) {
+  if (IsReparsePoint(path)) {
     LogInfo(kDeleteLinkOnly + path);
     return false;
   }
@@ -143,13 +143,13 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
   }
   LogInfo(L"      [DeleteDirectoryRecursive] 删除: " + path);
   // Listing through a link would delete what it points to.
-  if (IsLink(path)) return RemoveLink(path);
+  if (IsReparsePoint(path)) return RemoveLink(path);
 
   unsigned files = 0;
   unsigned directories = 0;
   const bool listed = ForEachEntry(path, [&](const DirectoryEntry& entry) {
     const std::wstring child = JoinWide({path, L"\\", entry.name});
-    if (entry.IsLink() && entry.IsDirectory()) {
+    if (entry.IsReparsePoint() && entry.IsDirectory()) {
       // What stays shows when the folder itself will not go.
       (void)RemoveLink(child);
       ++directories;
@@ -181,10 +181,10 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
 }
 
 std::uint64_t TempDirectoryManager::GetDirectorySize(const std::wstring& path) {
-  if (IsLink(path)) return 0;
+  if (IsReparsePoint(path)) return 0;
   std::uint64_t total = 0;
   ForEachEntry(path, [&](const DirectoryEntry& entry) {
-    if (entry.IsLink()) return true;
+    if (entry.IsReparsePoint()) return true;
     total += entry.IsDirectory() ? GetDirectorySize(JoinWide({path, L"\\", entry.name})) : entry.size;
     return true;
   });
