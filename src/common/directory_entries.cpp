@@ -12,6 +12,11 @@ bool DirectoryEntry::IsDirectory() const { return (attributes & FILE_ATTRIBUTE_D
 bool DirectoryEntry::IsReparsePoint() const { return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
 
 bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit) {
+  // "\*" alone would list the current drive's root, which nothing here means.
+  if (directory.empty()) {
+    ::SetLastError(ERROR_INVALID_NAME);
+    return false;
+  }
   WIN32_FIND_DATAW data{};
   UniqueFind find(::FindFirstFileW((ExtendedLengthPath(directory) + L"\\*").c_str(), &data));
   if (!find) return false;

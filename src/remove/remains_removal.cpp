@@ -11,6 +11,13 @@
 namespace oru {
 
 bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::wstring>& keep) {
+  // An empty or relative folder would be listed from wherever the process
+  // stands - a drive's root for an empty one.
+  const std::wstring_view refusal = AbsoluteLocalPathRefusal(installDir);
+  if (!refusal.empty()) {
+    LogWarning(JoinWide({L"Remains not removed from ", installDir, L": ", refusal}));
+    return false;
+  }
   bool result = true;
   const bool listed = ForEachEntry(installDir, [&](const DirectoryEntry& entry) {
     // installDir is canonical and listings give long names: so is child.

@@ -12,6 +12,8 @@
 namespace oru {
 namespace {
 
+constexpr std::wstring_view kNotStarted = L"Self-deleting script not started, the installation directory stays: ";
+
 void ListRemainingContents(const std::wstring& installPath) {
   std::vector<std::wstring> lines;
   const bool listed = ForEachEntry(installPath, [&](const DirectoryEntry& entry) {
@@ -51,7 +53,7 @@ std::vector<std::wstring> CanonicalForms(const std::wstring& ownExecutable,
     if (path.empty()) continue;
     std::wstring canonical = CanonicalPathForm(path);
     if (canonical.empty()) {
-      LogWarning(L"Self-deleting script not started, the installation directory stays: no canonical form for " + path);
+      LogWarning(JoinWide({kNotStarted, L"no canonical form for ", path}));
       return {};
     }
     inUse.push_back(std::move(canonical));
@@ -67,13 +69,16 @@ bool StartSelfDeleteIfOnlyUninstallerLeft(const std::wstring& installPath, const
   if (NeedsSelfDeleteUninstall(installPath)) {
     const std::wstring refusal = SelfDeleteRefusal(installPath, ownExecutable.substr(0, ownExecutable.rfind(L'\\')));
     if (!refusal.empty()) {
-      LogWarning(L"Self-deleting script not started, the installation directory stays: " + refusal);
+      LogWarning(JoinWide({kNotStarted, refusal}));
       return false;
     }
     const std::vector<std::wstring> inUse = CanonicalForms(ownExecutable, stillInUse);
-    if (inUse.empty()) return false;
-    LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     const std::wstring canonicalInstall = CanonicalPathForm(installPath);
+    if (inUse.empty() || canonicalInstall.empty()) {
+      if (canonicalInstall.empty()) LogWarning(JoinWide({kNotStarted, L"no canonical form for ", installPath}));
+      return false;
+    }
+    LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     LogInfo(L"Removing what is left below the installation directory before the script starts: " + canonicalInstall);
     (void)DeleteRemainsExcept(canonicalInstall, inUse);
     CreateAndRunSelfDeleteDirScript(installPath);
