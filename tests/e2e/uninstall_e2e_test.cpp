@@ -183,6 +183,8 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
     EXPECT_TRUE(Has(log, line)) << line;
   }
   EXPECT_EQ(install.SetupTrace().rfind(WideToUtf8(L"\"" + install.setupExe + L"\" --uninstall"), 0), 0u);
+  // Windows would move the running uninstaller into %TEMP% rather than fail.
+  EXPECT_TRUE(Has(log, WideToUtf8(L"Kept while the uninstaller still needs it: " + install.exe)));
   // The script waits 2 s, then empties the installation directory (Wine
   // keeps the emptied directory the script ran from; Windows removes it).
   // Under Wine the shell takes up to ~20 s to get the script going.
