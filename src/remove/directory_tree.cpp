@@ -94,7 +94,7 @@ bool DeleteDirectoryTree(const std::wstring& dir) {
     return true;
   });
   if (!listed) {
-    LogInfo(JoinWide({L"Failed to find files in directory: ", dir}));
+    LogInfo(JoinWide({kListingFailedLine, dir}));
     EventParams failure = DirParams(dir);
     failure[kErrorKey] = "find_failed";
     Report(kDirFail, failure);

@@ -9,6 +9,9 @@
 
 namespace oru {
 
+// The line for a folder whose listing failed, the folder's path following.
+inline constexpr wchar_t kListingFailedLine[] = L"Failed to find files in directory: ";
+
 // Removes dir (no trailing backslash) and everything below it. Files in use
 // go through DeleteFileWithFallback; a directory that cannot be removed is
 // scheduled for deletion at reboot. A failure never stops the walk. True when

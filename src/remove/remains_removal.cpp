@@ -34,7 +34,7 @@ bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::
     return true;
   });
   if (!listed) {
-    LogInfo(L"Failed to find files in directory: " + installDir);
+    LogInfo(kListingFailedLine + installDir);
     return false;
   }
   return result;
