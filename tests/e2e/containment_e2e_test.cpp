@@ -99,9 +99,10 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   ::GetWindowsDirectoryW(windows, MAX_PATH);
   const std::wstring profile = KnownFolder(FOLDERID_Profile);
   for (const std::wstring& folder :
-       {profile, std::filesystem::path(profile).parent_path().wstring(), local, KnownFolder(FOLDERID_RoamingAppData),
-        TempFolder(), KnownFolder(FOLDERID_Desktop), KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads),
-        std::wstring(windows), KnownFolder(FOLDERID_ProgramFiles)}) {
+       {profile, std::filesystem::path(profile).parent_path().wstring(), profile + L"\\AppData", local,
+        KnownFolder(FOLDERID_RoamingAppData), TempFolder(), KnownFolder(FOLDERID_Desktop),
+        KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads), std::wstring(windows),
+        KnownFolder(FOLDERID_ProgramFiles)}) {
     // A prefix whose shell folders still lead to the host's home is no place for these rows.
     ASSERT_EQ(::GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u) << WideToUtf8(folder);
     rows.push_back({folder, kStagedPv, folder + L"\\" + kStagedPv, none});
