@@ -78,7 +78,7 @@ MUTATIONS = [
     # Tables that mirror the system's own.
     dict(name="exit-code-row-changed", file="src/app/browser_removal.cpp",
          find='L"User cancels Chrome uninstallation!"', replace='L"User canceled Chrome uninstallation!"',
-         tests="EndToEnd.EveryRowOfTheDecisionTable"),
+         tests="BrowserRemoval"),
     dict(name="staged-file-row-dropped", file="src/workspace/component_staging.cpp",
          find='    L"vantor.dll",            // configuration, used by the telemetry library\n', replace="",
          tests="Staging|EndToEnd.Successful"),

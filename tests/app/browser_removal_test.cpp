@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "common/strings.h"
@@ -12,15 +14,40 @@ namespace {
 
 using test::LogCapture;
 
-// A code outside the table is "others", whatever its value. (The codes the
-// end-to-end runs meet are checked there.)
-TEST(BrowserRemovalTest, CodesOutsideTheTableAreOthers) {
+// Every row of the exit-code table, read as the log shows it; a code
+// outside the table is "others", whatever its value. Only 20 goes on to the
+// clean-up, which without an installation stops at once.
+TEST(BrowserRemovalTest, EveryExitCodeLogsItsOwnLinesAndOnly20CleansUp) {
+  const std::wstring cleanup = L"Checking installation directory status to determine if cleanup is needed";
+  const std::vector<std::pair<std::uint32_t, std::vector<std::wstring>>> rows = {
+      {10, {L"Operating system API call failed"}},
+      {14, {L"Insufficient user permissions"}},
+      {15, {L"Chrome is not installed!"}},
+      {16, {L"Chrome is running!"}},
+      {17, {L"User has confirmed the uninstallation of Chrome!"}},
+      {18, {L"User has confirmed uninstalling Chrome and deleting the configuration file!"}},
+      {19, {L"Chrome uninstall success!"}},
+      {20, {L"chrome 卸载失败", cleanup}},
+      {21, {L"User cancels Chrome uninstallation!"}},
+      {22, {L"I don't know what happened (it shouldn't have happened)"}},
+      {29, {L"Uninstallation requires a restart"}},
+      {60, {L"setup.exe 被其他进程占用", L"setup.exe 被其他进程占用"}},
+      {333, {L"没有找到 setup.exe 文件", L"setup.exe 文件缺失"}},
+      {0, {L"Others exit code!!!"}},
+      {23, {L"Others exit code!!!"}},
+      {4294967295u, {L"Others exit code!!!"}},
+  };
   UninstallContext context(false, true, false, true);
-  for (const std::uint32_t code : {0u, 23u, 4294967295u}) {
+  for (const auto& [code, lines] : rows) {
     LogCapture log;
     InterpretExitCode(context, code);
-    EXPECT_EQ(log.Lines(),
-              (std::vector<std::wstring>{L"setup.exe exitCode: " + ToWideDecimal(code), L"Others exit code!!!"}));
+    std::vector<std::wstring> expected{L"setup.exe exitCode: " + ToWideDecimal(code)};
+    expected.insert(expected.end(), lines.begin(), lines.end());
+    const std::vector<std::wstring> logged = log.Lines();
+    EXPECT_EQ(std::vector<std::wstring>(logged.begin(), logged.begin() + std::min(logged.size(), expected.size())),
+              expected)
+        << code;
+    EXPECT_EQ(logged.size() > expected.size(), code == 20) << code;
   }
 }
 

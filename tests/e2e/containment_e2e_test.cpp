@@ -131,6 +131,8 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
     EXPECT_TRUE(KeyExists(kProductClassesKey));
     EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
+    // Refused by its own rules, not only stopped by a later step's.
+    EXPECT_TRUE(Has(install.FinalLog(), "Installation record refused, treated as missing: "));
   }
 }
 
