@@ -22,7 +22,7 @@ MUTATIONS = [
          tests="Containment.DeepTrees|EndToEnd.FailedBrowser"),
     # Programs it starts.
     dict(name="cmd-by-name", file="src/remove/multi_process.cpp",
-         find="Quoted(SystemProgramPath(L\"cmd.exe\"), L\"\\\"\")", replace="std::wstring(L\"cmd.exe\")",
+         find="Quoted(SystemDirectoryFile(L\"cmd.exe\"), L\"\\\"\")", replace="std::wstring(L\"cmd.exe\")",
          tests="DeletionCommands|DeleteMultiProcess|Containment.PlantedPrograms"),
     dict(name="relative-programs-accepted", file="src/sys/child_process.cpp",
          find="  if (!AbsoluteLocalPathRefusal(program).empty()) return {};\n", replace="",

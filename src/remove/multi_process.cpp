@@ -9,6 +9,7 @@
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "sys/child_process.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -24,7 +25,7 @@ bool TargetGone(const std::wstring& target) { return !EntryExists(target); }
 // cmd.exe without AutoRun commands (/D) or delayed "!" expansion (/V:OFF);
 // "%" in the target is refused where the command is started.
 std::wstring CmdCommand(std::wstring_view action, const std::wstring& target) {
-  return JoinWide({Quoted(SystemProgramPath(L"cmd.exe"), L"\""), L" /D /V:OFF /C ", action, L" ",
+  return JoinWide({Quoted(SystemDirectoryFile(L"cmd.exe"), L"\""), L" /D /V:OFF /C ", action, L" ",
                    Quoted(ExtendedLengthPath(target), L"\"")});
 }
 
@@ -37,7 +38,7 @@ std::wstring PowerShellCommand(const std::wstring& target, std::wstring_view swi
     literal += c;
     if (c == L'\'') literal += c;
   }
-  return JoinWide({Quoted(SystemProgramPath(L"WindowsPowerShell\\v1.0\\powershell.exe"), L"\""),
+  return JoinWide({Quoted(SystemDirectoryFile(L"WindowsPowerShell\\v1.0\\powershell.exe"), L"\""),
                    L" -NoProfile -NonInteractive -Command \"Remove-Item -LiteralPath ", Quoted(literal, L"'"), L" ",
                    switches, L"\""});
 }

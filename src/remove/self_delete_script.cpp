@@ -10,6 +10,7 @@
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "sys/child_process.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -73,7 +74,7 @@ void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
 std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
                                    const std::wstring& workingDirectory) {
   // cmd /C drops the outermost pair of quotes around what follows it.
-  return JoinWide({L"\"", SystemProgramPath(L"cmd.exe"), L"\" /D /V:OFF /C \"\"", script, L"\" \"", dir, L"\" \"",
+  return JoinWide({L"\"", SystemDirectoryFile(L"cmd.exe"), L"\" /D /V:OFF /C \"\"", script, L"\" \"", dir, L"\" \"",
                    workingDirectory, L"\"\""});
 }
 

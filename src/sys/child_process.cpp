@@ -19,13 +19,6 @@ void SetChildWorkingDirectory(const std::wstring& directory) { g_workingDirector
 
 std::wstring ChildWorkingDirectory() { return g_workingDirectory; }
 
-std::wstring SystemProgramPath(std::wstring_view name) {
-  wchar_t buffer[MAX_PATH] = {};
-  const UINT length = ::GetSystemDirectoryW(buffer, MAX_PATH);
-  if (length == 0 || length >= MAX_PATH) return {};
-  return JoinWide({std::wstring_view(buffer, length), L"\\", name});
-}
-
 std::wstring QuotedProgramOf(std::wstring_view commandLine) {
   if (!commandLine.starts_with(L'"')) return {};
   const size_t close = commandLine.find(L'"', 1);

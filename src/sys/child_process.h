@@ -20,10 +20,6 @@ namespace oru {
 void SetChildWorkingDirectory(const std::wstring& directory);
 [[nodiscard]] std::wstring ChildWorkingDirectory();
 
-// `name` in the system directory ("C:\Windows\System32\cmd.exe"); empty
-// when the system directory cannot be had.
-[[nodiscard]] std::wstring SystemProgramPath(std::wstring_view name);
-
 // The program a command line starts: the text between its leading pair of
 // double quotes when that is an absolute local path, else empty.
 [[nodiscard]] std::wstring QuotedProgramOf(std::wstring_view commandLine);

@@ -9,6 +9,7 @@
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "sys/dll_loader.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -17,12 +18,6 @@ constexpr char kUnknownVersion[] = "unknown";
 
 // The full path of a library in the system directory; empty when that
 // directory is unknown.
-std::wstring SystemLibraryPath(const wchar_t* name) {
-  wchar_t system[MAX_PATH] = {};
-  const UINT length = ::GetSystemDirectoryW(system, MAX_PATH);
-  return length > 0 && length < MAX_PATH ? std::wstring(system, length) + L"\\" + name : std::wstring();
-}
-
 // version.dll is not a known DLL: imported statically, the loader would look
 // for it first in the uninstaller's own folder, where anyone may have put one.
 // Bound from the system directory on first use instead, for the whole run, by
@@ -39,7 +34,7 @@ struct VersionFunctions {
 VersionFunctions BindVersionFunctions() {
   VersionFunctions bound;
   bound.library.reset(
-      ::LoadLibraryExW(SystemLibraryPath(L"version.dll").c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+      ::LoadLibraryExW(SystemDirectoryFile(L"version.dll").c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
   const HMODULE module = bound.library.get();
   bound.getSize = GetProcAs<decltype(bound.getSize)>(module, "GetFileVersionInfoSizeW");
   bound.getInfo = GetProcAs<decltype(bound.getInfo)>(module, "GetFileVersionInfoW");
@@ -119,7 +114,7 @@ std::wstring VersionInfoReader::GetField(const std::wstring& name) const {
 
 std::int32_t GetOsVersionPart(int part) {
   using RtlGetVersionFn = LONG(WINAPI*)(OSVERSIONINFOW*);
-  DllLoader ntdll(SystemLibraryPath(L"ntdll.dll"));
+  DllLoader ntdll(SystemDirectoryFile(L"ntdll.dll"));
   if (ntdll.module() == nullptr) {
     LogInfo(L"Failed to load ntdll.dll");
     return -1;

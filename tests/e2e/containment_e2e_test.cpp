@@ -25,6 +25,7 @@
 #include "support/reboot_list.h"
 #include "support/test_paths.h"
 #include "sys/child_process.h"
+#include "sys/system_directory.h"
 
 namespace oru::test {
 namespace {
@@ -312,7 +313,7 @@ TEST(Containment, PlantedProgramsNeverRun) {
   ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}}), install.installPath);
   const std::string log = install.FinalLog();
   for (const wchar_t* program : {L"cmd.exe", L"WindowsPowerShell\\v1.0\\powershell.exe"}) {
-    EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemProgramPath(program) + L"\" "))) << WideToUtf8(program);
+    EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemDirectoryFile(program) + L"\" "))) << WideToUtf8(program);
   }
 }
 

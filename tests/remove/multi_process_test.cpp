@@ -9,6 +9,7 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 #include "sys/child_process.h"
+#include "sys/system_directory.h"
 #include "sys/process.h"
 
 namespace oru {
@@ -31,8 +32,8 @@ struct RunWorkingFolder {
 // and an extended path; PowerShell without profile or prompt, on a literal
 // path whose apostrophes are doubled.
 TEST(DeletionCommands, SystemProgramsByFullPathWithTheirSafetySwitches) {
-  const std::wstring cmd = Quoted(SystemProgramPath(L"cmd.exe"));
-  const std::wstring ps = Quoted(SystemProgramPath(L"WindowsPowerShell\\v1.0\\powershell.exe"));
+  const std::wstring cmd = Quoted(SystemDirectoryFile(L"cmd.exe"));
+  const std::wstring ps = Quoted(SystemDirectoryFile(L"WindowsPowerShell\\v1.0\\powershell.exe"));
   ASSERT_EQ(cmd.find(L"\\cmd.exe"), cmd.size() - 9);
   const DeletionCommands file = FileDeletionCommands(L"C:\\a\\it's [1].txt");
   EXPECT_EQ(file.cmd, cmd + L" /D /V:OFF /C del /F /Q \"\\\\?\\C:\\a\\it's [1].txt\"");
@@ -46,7 +47,7 @@ TEST(DeletionCommands, SystemProgramsByFullPathWithTheirSafetySwitches) {
 
 // Only a quoted absolute program starts, and cmd is never handed a "%".
 TEST(ChildCommandRefusal, SearchedProgramsAndPercentForCmdAreRefused) {
-  const std::wstring cmd = Quoted(SystemProgramPath(L"cmd.exe"));
+  const std::wstring cmd = Quoted(SystemDirectoryFile(L"cmd.exe"));
   for (const std::wstring& line : {cmd + L" /D /C del \"C:\\a\\b\"", Quoted(L"C:\\x\\setup.exe") + L" --p=%TEMP%"}) {
     EXPECT_EQ(ChildCommandRefusal(line), L"") << WideToUtf8(line);
   }
@@ -106,7 +107,8 @@ TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangin
 // without one, none starts.
 TEST(RunChildProcess, RunsInTheRunsWorkingFolderAndNotWithoutOne) {
   TempDir out;
-  const std::wstring command = Quoted(SystemProgramPath(L"cmd.exe")) + L" /D /C cd > " + Quoted(out.Child(L"cwd.txt"));
+  const std::wstring command =
+      Quoted(SystemDirectoryFile(L"cmd.exe")) + L" /D /C cd > " + Quoted(out.Child(L"cwd.txt"));
   EXPECT_EQ(RunChildProcess(command, 5000, kDeleteFileOperation), kChildFailed);
   EXPECT_FALSE(Exists(out.Child(L"cwd.txt")));
   RunWorkingFolder working;

@@ -6,6 +6,7 @@
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "sys/child_process.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -60,7 +61,7 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
 // outer quotes are the pair /C drops.
 TEST(SelfDeleteScript, StartsThroughTheSystemsCmdWithItsFoldersAsArguments) {
   EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd"),
-            L"\"" + SystemProgramPath(L"cmd.exe") +
+            L"\"" + SystemDirectoryFile(L"cmd.exe") +
                 L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\"\"");
 }
 
