@@ -68,12 +68,15 @@ TEST(Containment, TheTestPrefixReachesNothingButItsOwnDriveC) {
   EXPECT_EQ(BinDir().substr(0, 3) + std::filesystem::current_path().wstring().substr(0, 3), L"C:\\C:\\");
 }
 
-// Each record is refused and so treated as a missing one: nothing run,
-// nothing deleted, the log beside the uninstaller. Where the record leads,
-// another vendor's product waits with its own setup.exe; relative records
-// resolve, from the uninstaller's current folder, to the real installation.
+// A refused record is treated as a missing one: nothing run, nothing
+// deleted, the log beside the uninstaller. One row for each kind of hazard
+// (every rule alone is InstallationRecord.EachRefusalRuleRefusesOnItsOwn):
+// where the record leads, another vendor's product waits with its own
+// setup.exe; a relative record resolves, from the uninstaller's current
+// folder, to the real installation.
 TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application";
+  const std::wstring profile = KnownFolder(FOLDERID_Profile);
   struct Row {
     std::wstring path, pv;
     std::wstring bait;  // where a foreign product is planted
@@ -82,32 +85,14 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   const std::wstring none;
   std::vector<Row> rows = {
       {L".", kStagedPv, none, app},
-      {L"Oru.stravo\\Application", kStagedPv, none, local},
-      {L"..\\Application", kStagedPv, none, app},
-      {app + L"\\..\\Application", kStagedPv, none, none},
-      {L"\\\\?\\" + app, kStagedPv, none, none},
       {L"\\\\.\\" + app, kStagedPv, none, none},
-      {L"\\\\localhost\\C$" + app.substr(2), kStagedPv, none, none},
       {L"C:\\", kStagedPv, L"C:\\" + std::wstring(kStagedPv), none},
-      {app, L".", app, none},
       {app, L"..", local + L"\\Oru.stravo", none},
-      {app, L"1.0/../..", local + L"\\Oru.stravo", none},
-      {app, L"..\\..\\Other Vendor\\App", none, none},  // staged with every installation
       {app, L"1.0.", app + L"\\1.0", none},
-      {app, L"1.0 ", app + L"\\1.0", none},
+      {profile, kStagedPv, profile + L"\\" + kStagedPv, none},
   };
-  wchar_t windows[MAX_PATH] = {};
-  ::GetWindowsDirectoryW(windows, MAX_PATH);
-  const std::wstring profile = KnownFolder(FOLDERID_Profile);
-  for (const std::wstring& folder :
-       {profile, std::filesystem::path(profile).parent_path().wstring(), profile + L"\\AppData", local,
-        KnownFolder(FOLDERID_RoamingAppData), TempFolder(), KnownFolder(FOLDERID_Desktop),
-        KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads), std::wstring(windows),
-        KnownFolder(FOLDERID_ProgramFiles)}) {
-    // A prefix whose shell folders still lead to the host's home is no place for these rows.
-    ASSERT_EQ(::GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u) << WideToUtf8(folder);
-    rows.push_back({folder, kStagedPv, folder + L"\\" + kStagedPv, none});
-  }
+  // A prefix whose shell folders still lead to the host's home is no place for these rows.
+  ASSERT_EQ(::GetFileAttributesW(profile.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u);
   // A record below a link to the folder holding every profile: only where
   // it really leads, a profile, gives it away.
   const std::wstring users = std::filesystem::path(profile).parent_path().wstring();
