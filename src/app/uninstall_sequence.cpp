@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "app/browser_removal.h"
 #include "app/application_stop.h"
+#include "app/browser_removal.h"
 #include "app/registry_cleanup.h"
 #include "common/event_names.h"
 #include "common/event_params.h"

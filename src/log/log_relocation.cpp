@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <exception>
 
-#include "log/byte_file_stream.h"
 #include "common/entry_removal.h"
 #include "common/strings.h"
+#include "log/byte_file_stream.h"
 #include "log/debug_output.h"
 #include "log/log_file_format.h"
 #include "log/timestamp.h"

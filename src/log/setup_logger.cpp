@@ -5,9 +5,9 @@
 
 #include <exception>
 
-#include "common/temp_folder.h"
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/temp_folder.h"
 #include "common/unique_handle.h"
 #include "log/debug_output.h"
 #include "log/log_file_format.h"

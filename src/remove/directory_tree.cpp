@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-#include "common/event_names.h"
 #include "common/directory_entries.h"
 #include "common/entry_removal.h"
+#include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/links.h"
 #include "common/path_rules.h"

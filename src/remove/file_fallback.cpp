@@ -4,10 +4,10 @@
 
 #include <cstdlib>
 
-#include "common/temp_folder.h"
 #include "common/entry_removal.h"
 #include "common/path_rules.h"
 #include "common/strings.h"
+#include "common/temp_folder.h"
 #include "log/setup_logger.h"
 
 namespace oru {

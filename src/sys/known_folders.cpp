@@ -6,8 +6,8 @@
 #include <knownfolders.h>
 #include <shlobj.h>
 
-#include "common/temp_folder.h"
 #include "common/path_rules.h"
+#include "common/temp_folder.h"
 
 namespace oru {
 namespace {

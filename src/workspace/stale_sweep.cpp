@@ -4,10 +4,10 @@
 #include <shlobj.h>
 #include <windows.h>
 
-#include "common/temp_folder.h"
 #include "common/directory_entries.h"
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/temp_folder.h"
 #include "log/setup_logger.h"
 #include "workspace/temp_directory_manager.h"
 #include "workspace/workspace_support.h"

@@ -6,9 +6,9 @@
 
 #include <string_view>
 
-#include "common/temp_folder.h"
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/temp_folder.h"
 #include "log/setup_logger.h"
 #include "workspace/workspace_support.h"
 #include "workspace/workspace_texts.h"

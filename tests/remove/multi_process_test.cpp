@@ -9,8 +9,8 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 #include "sys/child_process.h"
-#include "sys/system_directory.h"
 #include "sys/process.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
