@@ -21,6 +21,7 @@
 #include "remove/self_delete_decision.h"
 #include "sys/child_process.h"
 #include "sys/registry.h"
+#include "sys/system_directory.h"
 #include "sys/version_info.h"
 #include "telemetry/event_reporter.h"
 #include "workspace/component_staging.h"
@@ -136,6 +137,11 @@ bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
 }  // namespace
 
 int RunUninstaller() {
+  // Started from the Uninstall entry, the process stands in its own
+  // "uninstall" folder, which would keep the self-deleting script from
+  // removing it. The system directory is a place nothing here removes, and
+  // nothing here names a path relative to it.
+  ::SetCurrentDirectoryW(SystemDirectoryFile(L"").c_str());
   const std::wstring ownExecutable = OwnExecutable();
   const std::wstring ownDirectory = DirectoryOf(ownExecutable);
   if (ownDirectory.empty()) return 1;

@@ -42,20 +42,21 @@ std::wstring KnownFolder(REFKNOWNFOLDERID id) {
   return result;
 }
 
-// True when the self-deleting script was started for dir. A script started
-// by mistake is waited for, so that its damage shows in this row's sentinels
-// and cannot reach the next row's staging.
-bool SelfDeleteStarted(const std::wstring& dir) {
+// True when the run started the self-deleting script for dir, as its log
+// says. The script is waited for - under Wine, which has no timeout.exe, it
+// runs at once - so that its work, and any damage, shows before the row's
+// checks and cannot reach the next row's staging.
+bool SelfDeleteStarted(const StagedInstall& install, const std::wstring& dir) {
+  const bool started = Has(install.FinalLog(), WideToUtf8(L"CreateAndRunSelfDeleteDirScript " + dir + L"\n"));
   const std::wstring script = SelfDeleteScriptPath(dir);
-  if (!Exists(script)) return false;
   for (int i = 0; i < 400 && Exists(script); ++i) ::Sleep(100);
-  return true;
+  return started;
 }
 
 // What every row asserts. No self-deleting script may start for `doomed`
 // (empty: the row expects one).
 void ExpectContained(const StagedInstall& install, DWORD exitCode, const std::wstring& doomed) {
-  EXPECT_FALSE(!doomed.empty() && SelfDeleteStarted(doomed)) << WideToUtf8(doomed);
+  EXPECT_FALSE(!doomed.empty() && SelfDeleteStarted(install, doomed)) << WideToUtf8(doomed);
   EXPECT_EQ(exitCode, 0u);
   EXPECT_TRUE(install.SentinelsIntact());
   EXPECT_EQ(install.ForeignTrace(), "") << "another vendor's setup.exe was started";
@@ -111,7 +112,7 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     const auto before = install.Remaining(), versionBefore = install.Remaining(kStagedPv);
 
     ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), app);
-    EXPECT_FALSE(SelfDeleteStarted(install.currentDir));
+    EXPECT_FALSE(SelfDeleteStarted(install, install.currentDir));
     EXPECT_EQ(install.SetupTrace(), "");
     EXPECT_EQ(install.Remaining(), before);
     EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
@@ -268,7 +269,7 @@ TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
     StagedInstall install(options);
     ASSERT_TRUE(!row.plant || row.plant(install));
     const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
-    EXPECT_TRUE(SelfDeleteStarted(install.installPath));
+    EXPECT_TRUE(SelfDeleteStarted(install, install.installPath));
     ExpectContained(install, exitCode, L"");
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
@@ -318,7 +319,7 @@ TEST(Containment, ShortOrRecasedRecordStillKeepsTheLog) {
     ASSERT_NE(recorded, install.installPath);
     SetValue(kProductKey, kInstallPathValue, recorded);
     const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
-    EXPECT_TRUE(SelfDeleteStarted(install.installPath));
+    EXPECT_TRUE(SelfDeleteStarted(install, recorded));
     ExpectContained(install, exitCode, L"");
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
