@@ -85,8 +85,7 @@ TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   }
   SetRecord(app + L"/", pv);
   const InstallationRecord accepted = ReadInstallationRecord();
-  EXPECT_EQ(accepted.install_path, app);
-  EXPECT_EQ(accepted.pv, pv);
+  EXPECT_EQ(accepted.install_path + L"|" + accepted.pv, app + L"|" + pv);
   ::RegDeleteTreeW(HKEY_CURRENT_USER, kProductKey);
 }
 

@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <windows.h>
-#include <knownfolders.h>
-#include <shlobj.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -21,7 +19,6 @@
 #include "common/strings.h"
 #include "remove/self_delete_script.h"
 #include "support/child_process.h"
-#include "support/directory_link.h"
 #include "support/reboot_list.h"
 #include "support/test_paths.h"
 #include "sys/child_process.h"
@@ -33,14 +30,6 @@ namespace {
 // A failed browser uninstall (20) is the answer after which the uninstaller
 // cleans up the installation and may start the self-deleting script.
 const Env kFailedBrowserUninstall{{L"ORU_SETUP_STUB_EXIT_CODE", L"20"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}};
-
-std::wstring KnownFolder(REFKNOWNFOLDERID id) {
-  PWSTR path = nullptr;
-  std::wstring result;
-  if (SUCCEEDED(::SHGetKnownFolderPath(id, 0, nullptr, &path))) result = path;
-  ::CoTaskMemFree(path);
-  return result;
-}
 
 // True when the run started the self-deleting script for dir, as its log
 // says. The script is waited for - under Wine, which has no timeout.exe, it
@@ -77,7 +66,8 @@ TEST(Containment, TheTestPrefixReachesNothingButItsOwnDriveC) {
 // folder, to the real installation.
 TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application";
-  const std::wstring profile = KnownFolder(FOLDERID_Profile);
+  // %LOCALAPPDATA% is <profile>\AppData\Local.
+  const std::wstring profile = std::filesystem::path(local).parent_path().parent_path().wstring();
   struct Row {
     std::wstring path, pv;
     std::wstring bait;  // where a foreign product is planted
@@ -94,14 +84,6 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
   };
   // A prefix whose shell folders still lead to the host's home is no place for these rows.
   ASSERT_EQ(::GetFileAttributesW(profile.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u);
-  // A record below a link to the folder holding every profile: only where
-  // it really leads, a profile, gives it away.
-  const std::wstring users = std::filesystem::path(profile).parent_path().wstring();
-  test::DirectoryLink usersLink(local + L"\\Oru Users Link", users);
-  if (usersLink.Made()) {
-    rows.push_back({local + L"\\Oru Users Link\\" + std::filesystem::path(profile).filename().wstring(), kStagedPv,
-                    profile + L"\\" + kStagedPv, none});
-  }
   for (const Row& row : rows) {
     SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + row.path + L", pv " + row.pv));
     StagedInstall install;
@@ -230,10 +212,12 @@ TEST(Containment, SelfDeleteOnlyForItsOwnInstallation) {
 
 // Shapes only extended-length paths reach, or deep enough to send Wine's
 // "rd /s" into its working directory: the uninstaller removes them itself
-// before the script starts in a folder of the run's own. Nothing outside
-// changes (%TEMP% and this test's own folder included), the log is where the
-// registry says, and nothing is left but the directory Wine's script stands in.
-TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
+// before the script starts in a folder of the run's own. A record in another
+// spelling of the folder (short, other letter case) is judged as the folder
+// it names. Nothing outside changes (%TEMP% and this test's own folder
+// included), the log is where the registry says - outside what the script
+// removes - and nothing is left but the directory Wine's script stands in.
+TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
   const std::wstring reserved[] = {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log", L"name.", L"name "};
   const std::wstring product = LocalAppData() + L"\\Oru.stravo\\";
   const auto deep = [](std::wstring dir, size_t length) {
@@ -259,6 +243,20 @@ TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
          }
          return made;
        }},
+      {"the record in its short form", L"", L"",
+       [](auto& i) {
+         wchar_t shortPath[MAX_PATH] = {};
+         ::GetShortPathNameW(i.installPath.c_str(), shortPath, MAX_PATH);
+         SetValue(kProductKey, kInstallPathValue, shortPath);
+         return i.installPath != shortPath;
+       }},
+      {"the record in upper case", L"", L"",
+       [](auto& i) {
+         std::wstring upper = i.installPath;
+         std::transform(upper.begin(), upper.end(), upper.begin(), ::towupper);
+         SetValue(kProductKey, kInstallPathValue, upper);
+         return i.installPath != upper;
+       }},
   };
   for (const wchar_t* pv : {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log"}) {
     rows.push_back({"the version folder " + WideToUtf8(pv), L"", pv, {}});
@@ -268,8 +266,9 @@ TEST(Containment, DeepTreesAndReservedNamesGoWithNothingOutsideTouched) {
     StageOptions options{row.installPath, row.pv, true, true};
     StagedInstall install(options);
     ASSERT_TRUE(!row.plant || row.plant(install));
+    const std::wstring recorded = ReadValue(kProductKey, kInstallPathValue);
     const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
-    EXPECT_TRUE(SelfDeleteStarted(install, install.installPath));
+    EXPECT_TRUE(SelfDeleteStarted(install, recorded));
     ExpectContained(install, exitCode, L"");
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
@@ -300,28 +299,6 @@ TEST(Containment, PlantedProgramsNeverRun) {
   const std::string log = install.FinalLog();
   for (const wchar_t* program : {L"cmd.exe", L"WindowsPowerShell\\v1.0\\powershell.exe"}) {
     EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemDirectoryFile(program) + L"\" "))) << WideToUtf8(program);
-  }
-}
-
-// The record in another spelling of the same folder, its short form or
-// other letter case, is judged as the folder it names: the script starts,
-// and the log is kept outside what it removes, where the registry says.
-TEST(Containment, ShortOrRecasedRecordStillKeepsTheLog) {
-  for (const bool shortForm : {true, false}) {
-    SCOPED_TRACE(shortForm ? "short form" : "upper case");
-    StageOptions options;
-    options.leftoversOnly = true;
-    StagedInstall install(options);
-    wchar_t shortPath[MAX_PATH] = {};
-    ::GetShortPathNameW(install.installPath.c_str(), shortPath, MAX_PATH);
-    std::wstring recorded = shortForm ? shortPath : install.installPath;
-    if (!shortForm) std::transform(recorded.begin(), recorded.end(), recorded.begin(), ::towupper);
-    ASSERT_NE(recorded, install.installPath);
-    SetValue(kProductKey, kInstallPathValue, recorded);
-    const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
-    EXPECT_TRUE(SelfDeleteStarted(install, recorded));
-    ExpectContained(install, exitCode, L"");
-    EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
   }
 }
 

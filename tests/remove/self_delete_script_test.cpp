@@ -58,11 +58,8 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   EXPECT_EQ(test::ReadFileBytes(dir.Child(L"_deldir.bat")),
             "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\nrd /s /q \"%~1\"\r\n"
             "del \"%~f0\" >nul 2>nul\r\n");
-}
-
-// The system's cmd by full path, without AutoRun or "!" expansion; the
-// outer quotes are the pair /C drops.
-TEST(SelfDeleteScript, StartsThroughTheSystemsCmdWithItsFoldersAsArguments) {
+  // Started by the system's cmd, which drops the outer quotes after /C; the
+  // run's working folder is its second argument.
   EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd"),
             L"\"" + SystemDirectoryFile(L"cmd.exe") +
                 L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\"\"");
