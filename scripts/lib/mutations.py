@@ -21,8 +21,8 @@ MUTATIONS = [
          find="return EqualsIgnoreCase(path, child); };", replace="return path.empty() && child.empty(); };",
          tests="Containment.SelfDeletingRuns|EndToEnd.FailedBrowser"),
     # Programs it starts.
-    dict(name="cmd-by-name", file="src/remove/multi_process.cpp",
-         find="Quoted(SystemDirectoryFile(L\"cmd.exe\"), L\"\\\"\")", replace="std::wstring(L\"cmd.exe\")",
+    dict(name="cmd-by-name", file="src/sys/child_process.cpp",
+         find="JoinWide({L\"\\\"\", SystemDirectoryFile(L\"cmd.exe\"),", replace="JoinWide({L\"\\\"\", std::wstring(L\"cmd.exe\"),",
          tests="DeletionCommands|DeleteMultiProcess|Containment.PlantedPrograms"),
     dict(name="relative-programs-accepted", file="src/sys/child_process.cpp",
          find="  if (!AbsoluteLocalPathRefusal(program).empty()) return {};\n", replace="",

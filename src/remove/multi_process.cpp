@@ -25,8 +25,7 @@ bool TargetGone(const std::wstring& target) { return !EntryExists(target); }
 // cmd.exe without AutoRun commands (/D) or delayed "!" expansion (/V:OFF);
 // "%" in the target is refused where the command is started.
 std::wstring CmdCommand(std::wstring_view action, const std::wstring& target) {
-  return JoinWide({Quoted(SystemDirectoryFile(L"cmd.exe"), L"\""), L" /D /V:OFF /C ", action, L" ",
-                   Quoted(ExtendedLengthPath(target), L"\"")});
+  return SystemCmdCommandLine(JoinWide({action, L" ", Quoted(ExtendedLengthPath(target), L"\"")}));
 }
 
 // No profile scripts, no prompt, and a literal path: no wildcard in the

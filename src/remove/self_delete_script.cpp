@@ -10,7 +10,6 @@
 #include "common/strings.h"
 #include "log/setup_logger.h"
 #include "sys/child_process.h"
-#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -74,8 +73,7 @@ void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
 std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
                                    const std::wstring& workingDirectory) {
   // cmd /C drops the outermost pair of quotes around what follows it.
-  return JoinWide({L"\"", SystemDirectoryFile(L"cmd.exe"), L"\" /D /V:OFF /C \"\"", script, L"\" \"", dir, L"\" \"",
-                   workingDirectory, L"\"\""});
+  return SystemCmdCommandLine(JoinWide({L"\"\"", script, L"\" \"", dir, L"\" \"", workingDirectory, L"\"\""}));
 }
 
 }  // namespace oru

@@ -5,6 +5,7 @@
 #include "common/path_rules.h"
 #include "common/strings.h"
 #include "log/setup_logger.h"
+#include "sys/system_directory.h"
 
 namespace oru {
 namespace {
@@ -18,6 +19,10 @@ constexpr wchar_t kNotStarted[] = L"Child process not started, ";
 void SetChildWorkingDirectory(const std::wstring& directory) { g_workingDirectory = directory; }
 
 std::wstring ChildWorkingDirectory() { return g_workingDirectory; }
+
+std::wstring SystemCmdCommandLine(std::wstring_view command) {
+  return JoinWide({L"\"", SystemDirectoryFile(L"cmd.exe"), L"\" /D /V:OFF /C ", command});
+}
 
 std::wstring QuotedProgramOf(std::wstring_view commandLine) {
   if (!commandLine.starts_with(L'"')) return {};

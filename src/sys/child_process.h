@@ -20,6 +20,10 @@ namespace oru {
 void SetChildWorkingDirectory(const std::wstring& directory);
 [[nodiscard]] std::wstring ChildWorkingDirectory();
 
+// The system's cmd.exe, quoted, with /D (no AutoRun commands) and /V:OFF
+// (no "!" expansion), then /C and `command`. The one way cmd is asked.
+[[nodiscard]] std::wstring SystemCmdCommandLine(std::wstring_view command);
+
 // The program a command line starts: the text between its leading pair of
 // double quotes when that is an absolute local path, else empty.
 [[nodiscard]] std::wstring QuotedProgramOf(std::wstring_view commandLine);

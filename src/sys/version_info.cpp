@@ -63,7 +63,7 @@ bool VersionInfoReader::Load() {
   const VersionFunctions& version = Version();
   if (version.error != ERROR_SUCCESS) {
     LogWarning(JoinWide({L"VersionInfoReader: version.dll unavailable from the system directory, file: ", path_,
-                         L", error: ", ToWideDecimal(version.error)}));
+                         kErrorSuffix, ToWideDecimal(version.error)}));
     return false;
   }
   DWORD handle = 0;

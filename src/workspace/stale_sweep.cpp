@@ -73,7 +73,8 @@ void TempDirectoryManager::CleanupStaleDirectories() {
   }
 
   if (exeDir[0] != L'\0') {
-    for (const wchar_t* name : {L".OruSetupTemp", L".OruSetupTemp_cwd"}) {
+    for (const std::wstring& name :
+         {std::wstring(L".OruSetupTemp"), L".OruSetupTemp" + std::wstring(kWorkingFolderSuffix)}) {
       const std::wstring besideExecutable = JoinWide({exeDir, L"\\", name});
       if (IsReparsePoint(besideExecutable)) {
         LogInfo(kStaleLinkLeftAlone + besideExecutable);

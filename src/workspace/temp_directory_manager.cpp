@@ -202,7 +202,7 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
 }
 
 void TempDirectoryManager::CreateWorkingDirectory() {
-  if (!FormatPath(workDir, L"%ls_cwd", tempDir) || !CreateHiddenDirectory(workDir)) {
+  if (!FormatPath(workDir, L"%ls%ls", tempDir, kWorkingFolderSuffix) || !CreateHiddenDirectory(workDir)) {
     workDir[0] = L'\0';
     LogWarning(L"No empty working folder for child processes; none will be started");
   }

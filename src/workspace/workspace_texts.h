@@ -28,6 +28,9 @@ inline constexpr wchar_t kRemoveFailed[] = L"      RemoveDirectory 失败，错�
 // Not among the product's historic texts: a link is removed, never entered.
 inline constexpr wchar_t kDeleteLinkOnly[] = L"      链接只删除自身，不进入: ";
 
+// Appended to the workspace's own name for the children's working folder.
+inline constexpr wchar_t kWorkingFolderSuffix[] = L"_cwd";
+
 // Not historic: a place reached through a link is not used, nor swept.
 inline constexpr wchar_t kLinkOnTheWay[] = L"  链接在路径上，不使用: ";
 
