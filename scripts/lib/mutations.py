@@ -49,6 +49,13 @@ MUTATIONS = [
          find="return own.empty() || gone.empty() || IsSameOrInside(own, gone);",
          replace="return IsSameOrInside(NormalizePath(ownDirectory), NormalizePath(doomedDirectory));",
          tests="Containment.SelfDeletingRuns"),
+    # The one walk that removes a tree, for the uninstall and the workspace alike.
+    dict(name="walk-enters-directory-links", file="src/common/tree_removal.cpp",
+         find="  if (entry.IsReparsePoint() && entry.IsDirectory()) return RemoveLink(child);\n", replace="",
+         tests="DeleteDirectoryTree.Link|WorkspaceLinks|Containment.LinksAreNeverEntered"),
+    dict(name="walk-lists-a-tree-handed-in-as-a-link", file="src/common/tree_removal.cpp",
+         find="  if (IsReparsePoint(folder)) return RemoveLink(folder);\n", replace="",
+         tests="DeleteDirectoryTree.Link|WorkspaceLinks"),
     # Places it stands in.
     dict(name="sweep-through-a-linked-parent", file="src/workspace/stale_sweep.cpp",
          find="    if (!link.empty()) {", replace="    if (false) {", tests="Containment.LinksAreNeverEntered"),

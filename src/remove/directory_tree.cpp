@@ -6,9 +6,9 @@
 #include "common/entry_removal.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
-#include "common/links.h"
 #include "common/path_rules.h"
 #include "common/strings.h"
+#include "common/tree_removal.h"
 #include "log/setup_logger.h"
 #include "remove/file_fallback.h"
 #include "telemetry/event_reporter.h"
@@ -27,18 +27,6 @@ void Report(const char* name, EventParams params) { EventReporter::GetInstance()
 
 EventParams DirParams(const std::wstring& dir) { return {{"dir_path", WideToUtf8(dir)}}; }
 EventParams FileParams(const std::wstring& file) { return {{"file_path", WideToUtf8(file)}}; }
-
-// A link is removed as an entry of its own directory; entering it would
-// delete whatever it points to, possibly far outside the product.
-bool RemoveLink(const std::wstring& link) {
-  if (RemoveFolderEntry(link)) {
-    LogInfo(JoinWide({L"Removed link without following it: ", link}));
-    return true;
-  }
-  const DWORD error = ::GetLastError();
-  LogInfo(JoinWide({L"Failed to remove link, its target is left alone: ", link, kErrorSuffix, ToWideDecimal(error)}));
-  return false;
-}
 
 bool DeleteFileEntry(const std::wstring& file) {
   Report("uninstall_delete_file_start", FileParams(file));
@@ -64,66 +52,78 @@ bool DeleteFileEntry(const std::wstring& file) {
   return false;
 }
 
-}  // namespace
-
-bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
-  const std::wstring child = JoinWide({dir, L"\\", entry.name});
-  // A file link goes like any file: that removes the link.
-  if (entry.IsReparsePoint() && entry.IsDirectory()) return RemoveLink(child);
-  if (!entry.IsDirectory()) return DeleteFileEntry(child);
-  const bool removed = DeleteDirectoryTree(child);
-  // The recursive call has normally removed child already, so this usually
-  // fails with 2 and logs it; kept, and it never sets the result.
-  if (!RemoveFolderEntry(child)) {
-    const DWORD error = ::GetLastError();
-    LogInfo(JoinWide({kFailedRemoveDirectory, child, kErrorSuffix, ToWideDecimal(error)}));
+// The uninstall's own policy for the walk: an event at the start and end of
+// every folder and file, the fallbacks for files in use, and the reboot for
+// folders that stay.
+class ReportedTreeRemoval final : public TreeRemoval {
+ protected:
+  void FolderEntered(const std::wstring& dir) override {
+    LogInfo(JoinWide({L"Recursively deleting directory: ", dir}));
+    Report("uninstall_delete_dir_start", DirParams(dir));
   }
-  return removed;
-}
 
-bool DeleteDirectoryTree(const std::wstring& dir) {
-  // The rule for entries holds for the folder passed in too: a link is
-  // removed as a link, never walked.
-  if (IsReparsePoint(dir)) return RemoveLink(dir);
-  LogInfo(JoinWide({L"Recursively deleting directory: ", dir}));
-  Report("uninstall_delete_dir_start", DirParams(dir));
+  bool RemoveFile(const std::wstring& file) override { return DeleteFileEntry(file); }
 
-  bool result = true;
-  const bool listed = ForEachEntry(dir, [&](const DirectoryEntry& entry) {
-    if (!DeleteEntry(dir, entry)) result = false;
-    return true;
-  });
-  if (!listed) {
+  void LinkRemoved(const std::wstring& link, std::uint32_t error) override {
+    if (error == ERROR_SUCCESS) {
+      LogInfo(JoinWide({L"Removed link without following it: ", link}));
+    } else {
+      LogInfo(JoinWide({L"Failed to remove link, its target is left alone: ", link, kErrorSuffix, ToWideDecimal(error)}));
+    }
+  }
+
+  void ListingFailed(const std::wstring& dir, std::uint32_t) override {
     LogInfo(JoinWide({kListingFailedLine, dir}));
     EventParams failure = DirParams(dir);
     failure[kErrorKey] = "find_failed";
     Report(kDirFail, failure);
-    return false;
   }
 
-  if (RemoveFolderEntry(dir)) {
+  // The walk below has normally removed child already, so this usually fails
+  // with 2 and logs it; kept, and it never sets the result.
+  void SubfolderWalked(const std::wstring& child) override {
+    if (!RemoveFolderEntry(child)) {
+      const DWORD error = ::GetLastError();
+      LogInfo(JoinWide({kFailedRemoveDirectory, child, kErrorSuffix, ToWideDecimal(error)}));
+    }
+  }
+
+  void FolderRemoved(const std::wstring& dir) override {
     LogInfo(JoinWide({L"Successfully deleted directory: ", dir}));
     Report(kDirDone, DirParams(dir));
-    return result;
   }
-  const DWORD error = ::GetLastError();
-  // A directory still holding something is left to the reboot without a
-  // line of its own: its entries have already logged why they stayed.
-  if (error != ERROR_DIR_NOT_EMPTY) {
-    LogInfo(JoinWide({kFailedRemoveDirectory, dir, kErrorSuffix, ToWideDecimal(error)}));
+
+  bool FolderStayed(const std::wstring& dir, std::uint32_t error) override {
+    // A directory still holding something is left to the reboot without a
+    // line of its own: its entries have already logged why they stayed.
+    if (error != ERROR_DIR_NOT_EMPTY) {
+      LogInfo(JoinWide({kFailedRemoveDirectory, dir, kErrorSuffix, ToWideDecimal(error)}));
+    }
+    if (::MoveFileExW(ExtendedLengthPath(dir).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+      LogInfo(JoinWide({L"Scheduled directory deletion on reboot: ", dir}));
+      EventParams done = DirParams(dir);
+      done["scheduled_reboot"] = BoolText(true);
+      Report(kDirDone, done);
+      return true;
+    }
+    LogInfo(JoinWide({L"Failed to schedule directory deletion on reboot: ", dir}));
+    EventParams failure = DirParams(dir);
+    failure[kErrorKey] = "schedule_failed";
+    Report(kDirFail, failure);
+    return false;
   }
-  if (::MoveFileExW(ExtendedLengthPath(dir).c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
-    LogInfo(JoinWide({L"Scheduled directory deletion on reboot: ", dir}));
-    EventParams done = DirParams(dir);
-    done["scheduled_reboot"] = BoolText(true);
-    Report(kDirDone, done);
-    return result;
-  }
-  LogInfo(JoinWide({L"Failed to schedule directory deletion on reboot: ", dir}));
-  EventParams failure = DirParams(dir);
-  failure[kErrorKey] = "schedule_failed";
-  Report(kDirFail, failure);
-  return false;
+};
+
+}  // namespace
+
+bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
+  ReportedTreeRemoval removal;
+  return removal.RemoveEntry(dir, entry);
+}
+
+bool DeleteDirectoryTree(const std::wstring& dir) {
+  ReportedTreeRemoval removal;
+  return removal.RemoveTree(dir);
 }
 
 }  // namespace oru

@@ -1,6 +1,6 @@
 // The workspace manager's own file-system steps: free space, a probe write,
-// hidden folders, and a recursive delete and size that never go through a
-// link.
+// hidden folders, and removing and sizing a folder tree, neither ever going
+// through a link.
 
 #include <windows.h>
 
@@ -8,6 +8,7 @@
 #include "common/entry_removal.h"
 #include "common/links.h"
 #include "common/strings.h"
+#include "common/tree_removal.h"
 #include "common/unique_handle.h"
 #include "log/setup_logger.h"
 #include "workspace/temp_directory_manager.h"
@@ -23,15 +24,38 @@ using namespace workspace_support;
 constexpr std::uint64_t kDiskSpaceMargin = 52428800;         // 50 MiB on top of what was asked
 constexpr char kWriteTestContent[] = "OruSetup Write Test";  // written with its NUL: 20 bytes
 
-// Removes a directory link without entering it. On Windows RemoveDirectoryW
-// removes the link and leaves its target alone.
-bool RemoveLink(const std::wstring& path) {
-  LogInfo(kDeleteLinkOnly + path);
-  if (RemoveFolderEntry(path)) return true;
-  const DWORD error = ::GetLastError();
-  LogInfo(kRemoveFailed + ToWideDecimal(error));
-  return false;
-}
+// The workspace's policy for the walk: its own log lines, nothing retried,
+// nothing scheduled - what stays is left to a later run's sweep.
+class WorkspaceTreeRemoval final : public TreeRemoval {
+ protected:
+  void FolderEntered(const std::wstring& folder) override {
+    LogInfo(L"      [DeleteDirectoryRecursive] 删除: " + folder);
+  }
+
+  // Read-only files are deleted too: the attribute is lifted from the file
+  // alone. What stays shows when the folder itself will not go.
+  bool RemoveFile(const std::wstring& file) override { return RemoveFileEntry(file); }
+
+  void LinkRemoved(const std::wstring& link, std::uint32_t error) override {
+    LogInfo(kDeleteLinkOnly + link);
+    if (error != ERROR_SUCCESS) LogInfo(kRemoveFailed + ToWideDecimal(error));
+  }
+
+  void ListingFailed(const std::wstring&, std::uint32_t error) override {
+    LogInfo(L"      FindFirstFile 失败，错误码: " + ToWideDecimal(error));
+  }
+
+  void EntriesTried(const std::wstring&, unsigned files, unsigned folders) override {
+    LogInfo(JoinWide({L"      删除", ToWideDecimal(files), L" 个文 ", ToWideDecimal(folders), L" 个子目录"}));
+  }
+
+  void FolderRemoved(const std::wstring&) override { LogInfo(L"      RemoveDirectory 成功"); }
+
+  bool FolderStayed(const std::wstring&, std::uint32_t error) override {
+    LogInfo(kRemoveFailed + ToWideDecimal(error));
+    return false;
+  }
+};
 
 }  // namespace
 
@@ -141,43 +165,8 @@ bool TempDirectoryManager::DeleteDirectoryRecursive(const std::wstring& path) {
     LogInfo(L"      [DeleteDirectoryRecursive] 路径为空");
     return false;
   }
-  LogInfo(L"      [DeleteDirectoryRecursive] 删除: " + path);
-  // Listing through a link would delete what it points to.
-  if (IsReparsePoint(path)) return RemoveLink(path);
-
-  unsigned files = 0;
-  unsigned directories = 0;
-  const bool listed = ForEachEntry(path, [&](const DirectoryEntry& entry) {
-    const std::wstring child = JoinWide({path, L"\\", entry.name});
-    if (entry.IsReparsePoint() && entry.IsDirectory()) {
-      // What stays shows when the folder itself will not go.
-      (void)RemoveLink(child);
-      ++directories;
-    } else if (entry.IsDirectory()) {
-      (void)DeleteDirectoryRecursive(child);
-      ++directories;
-    } else {
-      // Read-only files are deleted too: the attribute is lifted from the
-      // file alone.
-      (void)RemoveFileEntry(child);
-      ++files;
-    }
-    return true;
-  });
-  if (!listed) {
-    const DWORD error = ::GetLastError();
-    LogInfo(L"      FindFirstFile 失败，错误码: " + ToWideDecimal(error));
-    return false;
-  }
-
-  LogInfo(JoinWide({L"      删除", ToWideDecimal(files), L" 个文 ", ToWideDecimal(directories), L" 个子目录"}));
-  if (RemoveFolderEntry(path)) {
-    LogInfo(L"      RemoveDirectory 成功");
-    return true;
-  }
-  const DWORD error = ::GetLastError();
-  LogInfo(kRemoveFailed + ToWideDecimal(error));
-  return false;
+  WorkspaceTreeRemoval removal;
+  return removal.RemoveTree(path);
 }
 
 std::uint64_t TempDirectoryManager::GetDirectorySize(const std::wstring& path) {
