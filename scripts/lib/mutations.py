@@ -50,9 +50,10 @@ MUTATIONS = [
          replace="return IsSameOrInside(NormalizePath(ownDirectory), NormalizePath(doomedDirectory));",
          tests="Containment.SelfDeletingRuns"),
     # The one walk that removes a tree, for the uninstall and the workspace alike.
-    dict(name="walk-enters-directory-links", file="src/common/tree_removal.cpp",
-         find="  if (entry.IsReparsePoint() && entry.IsDirectory()) return RemoveLink(child);\n", replace="",
-         tests="DeleteDirectoryTree.Link|WorkspaceLinks|Containment.LinksAreNeverEntered"),
+    dict(name="walk-stops-at-the-first-failure", file="src/common/tree_removal.cpp",
+         find="    if (!RemoveEntry(folder, entry)) result = false;\n    return true;",
+         replace="    if (!RemoveEntry(folder, entry)) result = false;\n    return result;",
+         tests="DeleteDirectoryTree|Workspace"),
     dict(name="walk-lists-a-tree-handed-in-as-a-link", file="src/common/tree_removal.cpp",
          find="  if (IsReparsePoint(folder)) return RemoveLink(folder);\n", replace="",
          tests="DeleteDirectoryTree.Link|WorkspaceLinks"),
