@@ -16,6 +16,8 @@ bool TreeRemoval::RemoveLink(const std::wstring& link) {
 
 bool TreeRemoval::RemoveEntry(const std::wstring& folder, const DirectoryEntry& entry) {
   const std::wstring child = folder + L"\\" + std::wstring(entry.name);
+  // The listing's own word for a link; RemoveTree asks the file system again
+  // before it lists, so neither check alone lets a link be entered.
   if (entry.IsReparsePoint() && entry.IsDirectory()) return RemoveLink(child);
   if (!entry.IsDirectory()) return RemoveFile(child);
   const bool removed = RemoveTree(child);

@@ -68,7 +68,8 @@ class ReportedTreeRemoval final : public TreeRemoval {
     if (error == ERROR_SUCCESS) {
       LogInfo(JoinWide({L"Removed link without following it: ", link}));
     } else {
-      LogInfo(JoinWide({L"Failed to remove link, its target is left alone: ", link, kErrorSuffix, ToWideDecimal(error)}));
+      LogInfo(
+          JoinWide({L"Failed to remove link, its target is left alone: ", link, kErrorSuffix, ToWideDecimal(error)}));
     }
   }
 
