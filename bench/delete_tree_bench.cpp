@@ -26,6 +26,6 @@ int wmain(int argc, wchar_t** argv) {
       static_cast<double>(end.QuadPart - start.QuadPart) * 1000.0 / static_cast<double>(frequency.QuadPart);
   std::printf("%.1f ms, %zu events queued, result %s\n", ms, oru::EventReporter::GetInstance().PendingEvents().size(),
               removed ? "true" : "false");
-  oru::CloseLogFile();
+  (void)oru::CloseLogFile();
   return removed ? 0 : 1;
 }

@@ -23,9 +23,9 @@ std::wstring ChooseFinalLogFolder(const std::wstring& ownDirectory, const std::w
   } else {
     return ownDirectory;
   }
-  const size_t slash = runLogPath.rfind(L'\\');
-  if (slash == std::wstring::npos) return {};
-  const std::wstring keptDirectory = runLogPath.substr(0, slash) + L"\\kept_" + GetTimestampForName();
+  const std::wstring_view runLogFolder = FolderPart(runLogPath);
+  if (runLogFolder.empty()) return {};
+  const std::wstring keptDirectory = JoinWide({runLogFolder, L"\\kept_", GetTimestampForName()});
   LogInfo(reason + keptDirectory);
   return keptDirectory;
 }

@@ -54,12 +54,6 @@ std::wstring OwnExecutable() {
   return std::wstring(path, length);
 }
 
-// The folder of `executable`, or empty.
-std::wstring DirectoryOf(const std::wstring& executable) {
-  const size_t slash = executable.rfind(L'\\');
-  return slash == std::wstring::npos ? std::wstring() : executable.substr(0, slash);
-}
-
 void ApplyDpiAwareness() {
   const std::int32_t major = GetOsVersionPart(0);
   LogInfo(L"GetWindowsMajorVersion version: " + ToWideDecimal(major));
@@ -143,7 +137,7 @@ int RunUninstaller() {
   // nothing here names a path relative to it.
   ::SetCurrentDirectoryW(SystemDirectoryFile(L"").c_str());
   const std::wstring ownExecutable = OwnExecutable();
-  const std::wstring ownDirectory = DirectoryOf(ownExecutable);
+  const std::wstring ownDirectory(FolderPart(ownExecutable));
   if (ownDirectory.empty()) return 1;
 
   UniqueHandle instanceLock;

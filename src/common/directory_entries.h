@@ -23,8 +23,9 @@ struct DirectoryEntry {
 };
 
 // Calls visit(entry) for each entry of `directory` (listed through its
-// extended-length path) in the file system's order until visit returns false. Returns false, with the system's error
-// left in GetLastError(), when the listing cannot start.
+// extended-length path) in the file system's order until visit returns
+// false. Returns false, with the system's error left in GetLastError(), when
+// the listing cannot start or breaks off before its end.
 bool ForEachEntry(const std::wstring& directory, const std::function<bool(const DirectoryEntry&)>& visit);
 
 }  // namespace oru

@@ -48,7 +48,7 @@ std::wstring_view AbsoluteLocalPathRefusal(std::wstring_view path) {
 
 std::wstring ExtendedLengthPath(std::wstring_view path) {
   const bool drive = path.size() >= 3 && IsDriveLetter(path[0]) && path[1] == L':' && path[2] == L'\\';
-  const bool unc = path.starts_with(L"\\\\") && !path.starts_with(L"\\\\?\\") && !path.starts_with(L"\\\\.\\");
+  const bool unc = path.starts_with(L"\\\\") && !path.starts_with(kExtendedPrefix) && !path.starts_with(L"\\\\.\\");
   if ((!drive && !unc) || path.find(L'/') != std::wstring_view::npos) return std::wstring(path);
   for (size_t start = unc ? 2 : 0; start <= path.size();) {
     const size_t end = std::min(path.find(L'\\', start), path.size());
@@ -58,7 +58,7 @@ std::wstring ExtendedLengthPath(std::wstring_view path) {
     if (segment == L"." || segment == L".." || emptyInside) return std::wstring(path);
     start = end + 1;
   }
-  return drive ? JoinWide({L"\\\\?\\", path}) : JoinWide({L"\\\\?\\UNC\\", path.substr(2)});
+  return drive ? JoinWide({kExtendedPrefix, path}) : JoinWide({kExtendedUncPrefix, path.substr(2)});
 }
 
 bool IsPlainFolderName(std::wstring_view name) { return IsPlainSegment(name); }

@@ -24,6 +24,10 @@ namespace oru {
 // \ / : * ? " < > | or control characters, no trailing dot or blank.
 [[nodiscard]] bool IsPlainFolderName(std::wstring_view name);
 
+// The prefixes of the extended-length spellings below.
+inline constexpr std::wstring_view kExtendedPrefix = L"\\\\?\\";
+inline constexpr std::wstring_view kExtendedUncPrefix = L"\\\\?\\UNC\\";
+
 // The extended-length spelling of an absolute path, "\\?\C:\..." or
 // "\\?\UNC\server\share\...". Through it the system takes every name as it
 // stands - reserved device names ("nul", "aux.txt"), trailing dots and blanks -

@@ -38,6 +38,11 @@ std::wstring_view FileNamePart(std::wstring_view path) {
   return slash == std::wstring_view::npos ? path : path.substr(slash + 1);
 }
 
+std::wstring_view FolderPart(std::wstring_view path) {
+  const size_t slash = path.rfind(L'\\');
+  return slash == std::wstring_view::npos ? std::wstring_view() : path.substr(0, slash);
+}
+
 bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b) {
   return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), TRUE) ==
          CSTR_EQUAL;

@@ -42,6 +42,8 @@ inline constexpr std::wstring_view kErrorSuffix = L", error: ";
 
 // The text after the last backslash, or the whole text when it has none.
 [[nodiscard]] std::wstring_view FileNamePart(std::wstring_view path);
+// The text before the last backslash, or empty when it has none.
+[[nodiscard]] std::wstring_view FolderPart(std::wstring_view path);
 
 // Case-insensitive comparison of two names, as the file system compares them.
 [[nodiscard]] bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);

@@ -7,9 +7,8 @@
 #include <functional>
 #include <string>
 
-#include "telemetry/device_id_provider.h"
-
 #include "identity/dorvid_binding.h"
+#include "telemetry/device_id_provider.h"
 
 namespace oru {
 

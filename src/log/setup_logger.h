@@ -38,7 +38,7 @@ class SetupLogger {
   // Closes the file for good, flushes it to disk and relocates it. Returns
   // where the log ended; an empty path when there was no log or no final
   // place was set.
-  LogPlacement CloseLogFile();
+  [[nodiscard]] LogPlacement CloseLogFile();
 
   [[nodiscard]] std::string GetLogTagUtf8() const;
 
@@ -69,6 +69,6 @@ void LogInfo(std::wstring_view message);
 void LogWarning(std::wstring_view message);
 void LogError(std::wstring_view message);
 
-LogPlacement CloseLogFile();
+[[nodiscard]] LogPlacement CloseLogFile();
 
 }  // namespace oru

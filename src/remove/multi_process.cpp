@@ -139,12 +139,11 @@ void DeleteDirectoryMultiProcess(const std::wstring& dir) {
 
 void DeleteEmptyParentDirectory(const std::wstring& filePath) {
   LogInfo(L"Attempting to delete parent directory of: " + filePath);
-  const size_t separator = filePath.rfind(L'\\');
-  if (filePath.empty() || separator == std::wstring::npos) {
+  const std::wstring parent(FolderPart(filePath));
+  if (parent.empty()) {
     LogInfo(L"No parent directory found for file: " + filePath);
     return;
   }
-  const std::wstring parent = filePath.substr(0, separator);
   LogInfo(L"Parent directory: " + parent);
 
   std::wstring firstEntry;

@@ -67,17 +67,18 @@ bool StartSelfDeleteIfOnlyUninstallerLeft(const std::wstring& installPath, const
                                           const std::vector<std::wstring>& stillInUse) {
   LogInfo(L"检查是否需要自毁卸载，安装路径: " + installPath);
   if (NeedsSelfDeleteUninstall(installPath)) {
-    const std::wstring refusal = SelfDeleteRefusal(installPath, ownExecutable.substr(0, ownExecutable.rfind(L'\\')));
+    const std::wstring refusal = SelfDeleteRefusal(installPath, std::wstring(FolderPart(ownExecutable)));
     if (!refusal.empty()) {
       LogWarning(JoinWide({kNotStarted, refusal}));
       return false;
     }
-    const std::vector<std::wstring> inUse = CanonicalForms(ownExecutable, stillInUse);
     const std::wstring canonicalInstall = CanonicalPathForm(installPath);
-    if (inUse.empty() || canonicalInstall.empty()) {
-      if (canonicalInstall.empty()) LogWarning(JoinWide({kNotStarted, L"no canonical form for ", installPath}));
+    if (canonicalInstall.empty()) {
+      LogWarning(JoinWide({kNotStarted, L"no canonical form for ", installPath}));
       return false;
     }
+    const std::vector<std::wstring> inUse = CanonicalForms(ownExecutable, stillInUse);
+    if (inUse.empty()) return false;
     LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     LogInfo(L"Removing what is left below the installation directory before the script starts: " + canonicalInstall);
     (void)DeleteRemainsExcept(canonicalInstall, inUse);

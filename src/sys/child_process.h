@@ -35,9 +35,10 @@ void SetChildWorkingDirectory(const std::wstring& directory);
 
 // Starts commandLine - its program named by the quoted path it begins with -
 // in the run's working folder; with `hidden` its window (a console's too)
-// never shows. A console is still made: the script's "timeout" needs one. Returns the process, or an empty handle
-// with the Win32 error in `error`. A refusal is logged with its reason and
-// reported as ERROR_BAD_PATHNAME (or ERROR_DIRECTORY without a working folder).
+// never shows. A console is still made: the script's "timeout" needs one.
+// Returns the process, or an empty handle with the Win32 error in `error`. A
+// refusal is logged with its reason and reported as ERROR_BAD_PATHNAME (or
+// ERROR_DIRECTORY without a working folder).
 [[nodiscard]] UniqueHandle StartChildProcess(const std::wstring& commandLine, bool hidden, std::uint32_t& error);
 
 }  // namespace oru

@@ -10,12 +10,10 @@
 namespace oru {
 namespace {
 
-constexpr std::wstring_view kExtendedPrefix = L"\\\\?\\";
-constexpr std::wstring_view kExtendedUncPrefix = L"\\\\?\\UNC\\";
-
 // The plain spelling of what the system answered through an extended path.
 std::wstring WithoutExtendedPrefix(std::wstring_view path) {
-  if (path.starts_with(kExtendedUncPrefix)) return NormalizePath(L"\\\\" + std::wstring(path.substr(8)));
+  if (path.starts_with(kExtendedUncPrefix))
+    return NormalizePath(L"\\\\" + std::wstring(path.substr(kExtendedUncPrefix.size())));
   if (path.starts_with(kExtendedPrefix)) path.remove_prefix(kExtendedPrefix.size());
   return NormalizePath(path);
 }

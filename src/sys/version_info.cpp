@@ -16,8 +16,6 @@ namespace {
 
 constexpr char kUnknownVersion[] = "unknown";
 
-// The full path of a library in the system directory; empty when that
-// directory is unknown.
 // version.dll is not a known DLL: imported statically, the loader would look
 // for it first in the uninstaller's own folder, where anyone may have put one.
 // Bound from the system directory on first use instead, for the whole run, by
@@ -33,8 +31,7 @@ struct VersionFunctions {
 
 VersionFunctions BindVersionFunctions() {
   VersionFunctions bound;
-  bound.library.reset(
-      ::LoadLibraryExW(SystemDirectoryFile(L"version.dll").c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+  bound.library = LoadLibraryByFullPath(SystemDirectoryFile(L"version.dll"));
   const HMODULE module = bound.library.get();
   bound.getSize = GetProcAs<decltype(bound.getSize)>(module, "GetFileVersionInfoSizeW");
   bound.getInfo = GetProcAs<decltype(bound.getInfo)>(module, "GetFileVersionInfoW");

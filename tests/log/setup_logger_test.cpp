@@ -33,7 +33,7 @@ TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensAFileAndOnlyUntilItIsClosed) {
   logger.InitLog(dir.path(), L"run.log");
   logger.InitLog(other.path(), L"b.log");
   LogInfo(L"in time");
-  logger.CloseLogFile();
+  (void)logger.CloseLogFile();
   LogInfo(L"too late");
 
   EXPECT_FALSE(Exists(other.Child(L"b.log")));
@@ -63,7 +63,7 @@ TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
 
   InitSetupLog(name, L"== banner ==");
   LogInfo(L"this run");
-  CloseLogFile();
+  (void)CloseLogFile();
 
   std::vector<std::wstring> aside;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
