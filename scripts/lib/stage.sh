@@ -33,6 +33,10 @@ stage_installation() {
   for dll in crellix_logger vantor client_extension; do
     printf 'companion library stand-in\n' >"$app/$ORU_PV/$dll.dll"
   done
+  # Wine has no timeout.exe: the self-deleting script would not wait for the
+  # uninstaller to exit, as it does on Windows.
+  local timeout="$WINEPREFIX/drive_c/windows/system32/timeout.exe"
+  [ -f "$timeout" ] || { [ -f "$bin/timeout_stub.exe" ] && cp "$bin/timeout_stub.exe" "$timeout"; }
   printf 'user data that is not the product\n' >"$base/Oru.stravo/sentinel_beside.txt"
   printf 'not the product\n' >"$base/sentinel_above.txt"
 

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "app/installation_lookup.h"
 #include "common/event_names.h"
 #include "common/event_params.h"
 #include "common/product_keys.h"
@@ -38,10 +39,10 @@ bool StopRunningApp(const UninstallContext& context) {
 
 }  // namespace
 
-unsigned StopAppAndFindInstallation(UninstallContext& context, const InstallationRecord& installation) {
+unsigned StopAppAndFindInstallation(UninstallContext& context) {
   if (!StopRunningApp(context)) return kAppKillFailed;
 
-  static_cast<InstallationRecord&>(context) = installation;
+  static_cast<InstallationRecord&>(context) = ReadInstallationRecord();
   if (context.install_path.empty() || context.pv.empty()) {
     LogInfo(L"Could not find required installation information in the registry (OruInstallPath or pv).");
     return kInstallationInfoMissing;

@@ -85,8 +85,8 @@ bool RunMainSteps(const UninstallContext& context) {
 
 }  // namespace
 
-unsigned RunUninstall(UninstallContext& context, const InstallationRecord& installation) {
-  const unsigned checkResult = StopAppAndFindInstallation(context, installation);
+unsigned RunUninstall(UninstallContext& context) {
+  const unsigned checkResult = StopAppAndFindInstallation(context);
   if (checkResult != kInstallationReady) {
     LogInfo(L"卸载器初始化失败！");
     Report(kEventUninstallFailed, {{kReasonKey, "init_failed"}, {kResultCodeKey, ToDecimal(checkResult)}});

@@ -8,10 +8,10 @@
 
 namespace oru {
 
-// Runs the uninstall on context, taking on `installation` once the
+// Runs the uninstall on context, whose installation it reads once the
 // application is stopped.
 // Returns 0 on success, 1 when it ran but did not complete, and 4 or 5 when
 // the installation check failed; every step is logged and reported.
-[[nodiscard]] unsigned RunUninstall(UninstallContext& context, const InstallationRecord& installation);
+[[nodiscard]] unsigned RunUninstall(UninstallContext& context);
 
 }  // namespace oru

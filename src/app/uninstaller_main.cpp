@@ -125,7 +125,10 @@ bool AnotherUninstallerRunning(UniqueHandle& instanceLock) {
   HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Local\\Oru.stravo.Uninstaller");
   const DWORD error = ::GetLastError();
   instanceLock.reset(mutex);
-  return instanceLock && error == ERROR_ALREADY_EXISTS;
+  // A mutex that an elevated instance (or another account in the session)
+  // made exists but is not ours to open: that uninstaller runs all the same.
+  if (!instanceLock) return error == ERROR_ACCESS_DENIED;
+  return error == ERROR_ALREADY_EXISTS;
 }
 
 }  // namespace
@@ -158,6 +161,8 @@ int RunUninstaller() {
   const UninstallOptions options = ParseProcessCommandLine();
   EventReporter::GetInstance().Report("uninstall_started", OptionParams(options));
 
+  // Read here for the component copy alone; the sequence reads and judges
+  // the record again once the application is stopped.
   const InstallationRecord installation = ReadInstallationRecord();
 
   auto workspace = std::make_unique<TempDirectoryManager>();
@@ -174,17 +179,18 @@ int RunUninstaller() {
   EventReporter::GetInstance().Report("uninstall_environment_check",
                                       {{"check_type", "uninstaller_environment"}, {"result", "pass"}});
 
-  {
-    UninstallContext context(options.force, options.silent_chrome, options.keep_user_data, options.silent_oru);
-    ReportOutcome(RunUninstall(context, installation));
-  }
+  // The sequence fills the context; what it found decides the rest of the
+  // run. It lives until the run ends.
+  UninstallContext context(options.force, options.silent_chrome, options.keep_user_data, options.silent_oru);
+  ReportOutcome(RunUninstall(context));
 
   StopTelemetry();
-  const bool scriptStarted = StartSelfDeleteIfOnlyUninstallerLeft(
-      installation.install_path, ownExecutable, {workspace->GetTempDirectory(), workspace->GetWorkingDirectory()});
-  SetupLogger::Instance().SetFinalLogPath(
-      ChooseFinalLogFolder(ownDirectory, scriptStarted ? installation.install_path : std::wstring(),
-                           SetupLogger::Instance().LogPath(), kLogFileName));
+  const bool scriptStarted =
+      StartSelfDeleteIfOnlyUninstallerLeft(context.install_path, ownExecutable, workspace->GetTempDirectory());
+  if (scriptStarted) workspace->LeaveWorkingDirectoryToScript();
+  SetupLogger::Instance().SetFinalLogPath(ChooseFinalLogFolder(ownDirectory,
+                                                               scriptStarted ? context.install_path : std::wstring(),
+                                                               SetupLogger::Instance().LogPath(), kLogFileName));
 
   LogInfo(L"Exiting uninstaller, temp directory will be cleaned up...");
   workspace.reset();

@@ -23,16 +23,27 @@ constexpr char kDirFail[] = "uninstall_delete_dir_fail";
 constexpr char kFileDone[] = "uninstall_delete_file_done";
 constexpr char kFileFail[] = "uninstall_delete_file_fail";
 
-void Report(const char* name, EventParams params) { EventReporter::GetInstance().Report(name, params); }
-
 EventParams DirParams(const std::wstring& dir) { return {{"dir_path", WideToUtf8(dir)}}; }
 EventParams FileParams(const std::wstring& file) { return {{"file_path", WideToUtf8(file)}}; }
 
-bool DeleteFileEntry(const std::wstring& file) {
-  Report("uninstall_delete_file_start", FileParams(file));
+// Whether events go out: the clean-up that runs after the telemetry
+// library is gone reports nothing, since nothing would ever send it.
+class Events {
+ public:
+  explicit Events(bool reported) : reported_(reported) {}
+  void Report(const char* name, const EventParams& params) const {
+    if (reported_) EventReporter::GetInstance().Report(name, params);
+  }
+
+ private:
+  bool reported_;
+};
+
+bool DeleteFileEntry(const std::wstring& file, const Events& events) {
+  events.Report("uninstall_delete_file_start", FileParams(file));
   if (RemoveFileEntry(file)) {
     LogInfo(JoinWide({L"Successfully deleted file: ", file}));
-    Report(kFileDone, FileParams(file));
+    events.Report(kFileDone, FileParams(file));
     return true;
   }
   const DWORD error = ::GetLastError();
@@ -41,28 +52,31 @@ bool DeleteFileEntry(const std::wstring& file) {
   if (error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION) {
     LogInfo(JoinWide({L"File in use, moving to temp and scheduling for deletion: ", file}));
     if (DeleteFileWithFallback(file)) {
-      Report(kFileDone, FileParams(file));
+      events.Report(kFileDone, FileParams(file));
       return true;
     }
-    Report(kFileFail, failure);
+    events.Report(kFileFail, failure);
     return false;
   }
   LogInfo(JoinWide({L"Failed to delete file: ", file, kErrorSuffix, ToWideDecimal(error)}));
-  Report(kFileFail, failure);
+  events.Report(kFileFail, failure);
   return false;
 }
 
 // The uninstall's own policy for the walk: an event at the start and end of
 // every folder and file, the fallbacks for files in use, and the reboot for
 // folders that stay.
-class ReportedTreeRemoval final : public TreeRemoval {
+class ReportedTreeRemoval final : public TreeRemoval, private Events {
+ public:
+  explicit ReportedTreeRemoval(bool reported) : Events(reported) {}
+
  protected:
   void FolderEntered(const std::wstring& dir) override {
     LogInfo(JoinWide({L"Recursively deleting directory: ", dir}));
     Report("uninstall_delete_dir_start", DirParams(dir));
   }
 
-  bool RemoveFile(const std::wstring& file) override { return DeleteFileEntry(file); }
+  bool RemoveFile(const std::wstring& file) override { return DeleteFileEntry(file, *this); }
 
   void LinkRemoved(const std::wstring& link, std::uint32_t error) override {
     if (error == ERROR_SUCCESS) {
@@ -117,13 +131,13 @@ class ReportedTreeRemoval final : public TreeRemoval {
 
 }  // namespace
 
-bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry) {
-  ReportedTreeRemoval removal;
+bool DeleteEntryUnreported(const std::wstring& dir, const DirectoryEntry& entry) {
+  ReportedTreeRemoval removal(false);
   return removal.RemoveEntry(dir, entry);
 }
 
 bool DeleteDirectoryTree(const std::wstring& dir) {
-  ReportedTreeRemoval removal;
+  ReportedTreeRemoval removal(true);
   return removal.RemoveTree(dir);
 }
 

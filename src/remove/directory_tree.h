@@ -25,9 +25,11 @@ inline constexpr wchar_t kListingFailedLine[] = L"Failed to find files in direct
 // names, trailing dots and blanks, and paths past MAX_PATH go like any other.
 [[nodiscard]] bool DeleteDirectoryTree(const std::wstring& dir);
 
-// Removes one entry of dir as the walk above does: a directory link as a
-// link, a folder with DeleteDirectoryTree, a file with its fallbacks. True
-// when it went (or was moved away or scheduled).
-[[nodiscard]] bool DeleteEntry(const std::wstring& dir, const DirectoryEntry& entry);
+// Removes one entry of dir as the walk above does - a directory link as a
+// link, a folder as a tree, a file with its fallbacks - with the same log
+// lines but no telemetry events: it serves the clean-up that runs after the
+// telemetry library is gone. True when it went (or was moved away or
+// scheduled).
+[[nodiscard]] bool DeleteEntryUnreported(const std::wstring& dir, const DirectoryEntry& entry);
 
 }  // namespace oru

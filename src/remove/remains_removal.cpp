@@ -28,7 +28,7 @@ bool DeleteRemainsExcept(const std::wstring& installDir, const std::vector<std::
       LogInfo(L"Kept while the uninstaller still needs it: " + child);
     } else if (!entry.IsReparsePoint() && entry.IsDirectory() && std::any_of(keep.begin(), keep.end(), heldBelow)) {
       if (!DeleteRemainsExcept(child, keep)) result = false;
-    } else if (!DeleteEntry(installDir, entry)) {
+    } else if (!DeleteEntryUnreported(installDir, entry)) {
       result = false;
     }
     return true;

@@ -13,7 +13,7 @@
 namespace oru {
 
 // Deletes everything below installDir except the entries that `keep` names
-// and the folders on the way to them, each with DeleteEntry (links removed,
+// and the folders on the way to them, each with DeleteEntryUnreported (links removed,
 // never entered; every entry logged as the tree walk logs it). installDir
 // and `keep` in the form CanonicalPathForm gives; installDir itself stays.
 // True when everything else went (or was moved away or scheduled).

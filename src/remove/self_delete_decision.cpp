@@ -1,5 +1,7 @@
 #include "remove/self_delete_decision.h"
 
+#include <vector>
+
 #include "common/directory_entries.h"
 #include "common/links.h"
 #include "common/product_keys.h"
@@ -7,6 +9,7 @@
 #include "log/setup_logger.h"
 #include "remove/remains_removal.h"
 #include "remove/self_delete_script.h"
+#include "sys/child_process.h"
 #include "sys/path_forms.h"
 
 namespace oru {
@@ -27,14 +30,21 @@ void ListRemainingContents(const std::wstring& installPath) {
 
 // Why the script must not start for installPath, or empty. Paths are
 // compared in their canonical forms, so that a short or differently cased
-// record is judged as what it names.
-std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstring& ownDirectory) {
+// record is judged as what it names. Everything the script's command line
+// will carry is checked here, before anything is removed: a script that
+// cannot start must not leave the installation half gone.
+std::wstring SelfDeleteRefusal(const std::wstring& installPath, const std::wstring& ownDirectory,
+                               const std::wstring& workspace, const std::wstring& workingFolder) {
   const std::wstring ownFolder = JoinWide({installPath, L"\\", kUninstallFolderName});
   const std::wstring canonicalOwn = CanonicalPathForm(ownDirectory);
   if (canonicalOwn.empty() || !EqualsIgnoreCase(canonicalOwn, CanonicalPathForm(ownFolder))) {
     return L"the uninstaller does not run from " + ownFolder;
   }
-  if (installPath.find(L'%') != std::wstring::npos) return L"the path holds %, which the script would expand";
+  if (workingFolder.empty()) return L"the run has no empty working folder to start it in";
+  for (const std::wstring& path : {installPath, workingFolder, workspace}) {
+    if (path.find(L'%') != std::wstring::npos)
+      return L"a path it would be handed holds %, which it would expand: " + path;
+  }
   std::wstring offender = IsReparsePoint(installPath) ? installPath : std::wstring();
   if (!offender.empty() || !IsTreeFreeOfLinks(installPath, offender)) {
     return L"a link, or a folder that cannot be listed, lies in it: " + offender;
@@ -64,10 +74,12 @@ std::vector<std::wstring> CanonicalForms(const std::wstring& ownExecutable,
 }  // namespace
 
 bool StartSelfDeleteIfOnlyUninstallerLeft(const std::wstring& installPath, const std::wstring& ownExecutable,
-                                          const std::vector<std::wstring>& stillInUse) {
+                                          const std::wstring& workspace) {
   LogInfo(L"检查是否需要自毁卸载，安装路径: " + installPath);
   if (NeedsSelfDeleteUninstall(installPath)) {
-    const std::wstring refusal = SelfDeleteRefusal(installPath, std::wstring(FolderPart(ownExecutable)));
+    const std::wstring workingFolder = ChildWorkingDirectory();
+    const std::wstring refusal =
+        SelfDeleteRefusal(installPath, std::wstring(FolderPart(ownExecutable)), workspace, workingFolder);
     if (!refusal.empty()) {
       LogWarning(JoinWide({kNotStarted, refusal}));
       return false;
@@ -77,12 +89,15 @@ bool StartSelfDeleteIfOnlyUninstallerLeft(const std::wstring& installPath, const
       LogWarning(JoinWide({kNotStarted, L"no canonical form for ", installPath}));
       return false;
     }
-    const std::vector<std::wstring> inUse = CanonicalForms(ownExecutable, stillInUse);
+    const std::vector<std::wstring> inUse = CanonicalForms(ownExecutable, {workspace, workingFolder});
     if (inUse.empty()) return false;
     LogInfo(L"✅ 需要自毁卸载！开始执行自毁脚本...");
     LogInfo(L"Removing what is left below the installation directory before the script starts: " + canonicalInstall);
     (void)DeleteRemainsExcept(canonicalInstall, inUse);
-    CreateAndRunSelfDeleteDirScript(installPath);
+    if (!CreateAndRunSelfDeleteDirScript(installPath, workspace)) {
+      LogWarning(JoinWide({kNotStarted, L"it could not be written or started"}));
+      return false;
+    }
     LogInfo(L"自毁脚本已启动（延迟2秒后执行）");
     return true;
   }

@@ -7,20 +7,21 @@
 // removes everything else below the installation directory itself.
 
 #include <string>
-#include <vector>
 
 namespace oru {
 
 // Starts the self-deleting script for installPath when it holds nothing but
 // "uninstall" folders, the uninstaller (ownExecutable) runs from its own
-// installPath\uninstall, the path holds no "%" and no link lies anywhere in
-// it. First removes everything below installPath but ownExecutable and the
-// paths in stillInUse (the workspace and the children's working folder)
-// and the folders holding them. Every path is compared in its canonical
-// form; one that has none refuses. Otherwise lists what is left. Every
-// refusal is one warning line with its reason. True when the script started.
+// installPath\uninstall, the run has a working folder (ChildWorkingDirectory)
+// for the script to stand in, no path the script is handed holds "%" and no
+// link lies anywhere in installPath. First removes everything below
+// installPath but ownExecutable, the workspace and the working folder and
+// the folders holding them. Every path is compared in its canonical form;
+// one that has none refuses. Otherwise lists what is left. Every refusal,
+// and a script that did not start, is one warning line with its reason.
+// True only when the script started.
 [[nodiscard]] bool StartSelfDeleteIfOnlyUninstallerLeft(const std::wstring& installPath,
                                                         const std::wstring& ownExecutable,
-                                                        const std::vector<std::wstring>& stillInUse);
+                                                        const std::wstring& workspace);
 
 }  // namespace oru

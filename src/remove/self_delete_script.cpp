@@ -24,12 +24,20 @@ constexpr wchar_t kScriptMode[] = L"w, ccs=UTF-8";
 // script is started in the run's empty folder (%2) too, so a "cd" that fails
 // leaves it there: Wine's "rd /s" empties its current directory when a path
 // runs too deep, and that must never be a folder of the user's.
+//
+// The fourth line does everything that must follow the script's own
+// removal: cmd reads a batch file a line at a time, and once the directory
+// has gone no further line can be read. Both trees (%1 the installation
+// directory, %3 the run's workspace, which the uninstaller could not remove
+// while it held its libraries) go while the script stands in the empty
+// folder; only then does it step up out of it and remove it with a plain
+// "rd", which removes nothing but an empty folder.
 constexpr const wchar_t* kScriptLines[] = {
     L"@echo off\n",                   // no echo of the commands
     L"timeout /t 2 /nobreak >nul\n",  // let the uninstaller exit first
     L"cd /d \"%%~2\"\n",              // into the run's empty folder, never a user's
-    L"rd /s /q \"%%~1\"\n",           // remove the directory given as argument
-    L"del \"%%~f0\" >nul 2>nul\n",    // normally already gone with the directory
+    L"rd /s /q \"%%~1\" & rd /s /q \"%%~3\" & cd /d \"%%~dp2\" & rd \"%%~2\"\n",
+    L"del \"%%~f0\" >nul 2>nul\n",  // normally already gone with the directory
 };
 
 }  // namespace
@@ -61,19 +69,21 @@ bool WriteSelfDeleteScript(const std::wstring& scriptPath) {
   return std::fclose(file.release()) == 0;
 }
 
-void CreateAndRunSelfDeleteDirScript(const std::wstring& dir) {
+bool CreateAndRunSelfDeleteDirScript(const std::wstring& dir, const std::wstring& workspace) {
   LogInfo(L"CreateAndRunSelfDeleteDirScript " + dir);
   const std::wstring script = SelfDeleteScriptPath(dir);
-  if (!WriteSelfDeleteScript(script)) return;
+  if (!WriteSelfDeleteScript(script)) return false;
   // Nothing waits for the script: it must outlive this process.
   std::uint32_t error = 0;
-  (void)StartChildProcess(SelfDeleteCommandLine(script, dir, ChildWorkingDirectory()), true, error);
+  return static_cast<bool>(
+      StartChildProcess(SelfDeleteCommandLine(script, dir, ChildWorkingDirectory(), workspace), true, error));
 }
 
 std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
-                                   const std::wstring& workingDirectory) {
+                                   const std::wstring& workingDirectory, const std::wstring& workspace) {
   // cmd /C drops the outermost pair of quotes around what follows it.
-  return SystemCmdCommandLine(JoinWide({L"\"\"", script, L"\" \"", dir, L"\" \"", workingDirectory, L"\"\""}));
+  return SystemCmdCommandLine(
+      JoinWide({L"\"\"", script, L"\" \"", dir, L"\" \"", workingDirectory, L"\" \"", workspace, L"\"\""}));
 }
 
 }  // namespace oru

@@ -2,7 +2,9 @@
 
 // The last resort for the installation directory: a batch script, started
 // hidden just before the uninstaller exits, that waits for it to go and then
-// removes the directory (and itself) from outside.
+// removes the directory (and itself), the run's workspace and the empty
+// folder it ran in from outside, so that a complete uninstall leaves no
+// folder of ours behind.
 
 #include <string>
 
@@ -14,15 +16,16 @@ namespace oru {
 [[nodiscard]] bool NeedsSelfDeleteUninstall(const std::wstring& installPath);
 
 // Writes dir\_deldir.bat and starts it hidden through the system's cmd.exe,
-// with dir and the run's empty working folder as its arguments; the script
-// runs in that folder, never in a folder of the user's. Failures are silent
-// beyond the first log line (a refused start logs its reason).
-void CreateAndRunSelfDeleteDirScript(const std::wstring& dir);
+// with dir, the run's empty working folder and the run's workspace as its
+// arguments; the script runs in that folder, never in a folder of the
+// user's. True when it started; a failure writes nothing beyond the first
+// log line (a refused start logs its reason).
+[[nodiscard]] bool CreateAndRunSelfDeleteDirScript(const std::wstring& dir, const std::wstring& workspace);
 
 // The command line that starts the script: cmd.exe by its full path, with
-// /D /V:OFF, and the script, dir and workingDirectory each quoted.
+// /D /V:OFF, and the script, dir, workingDirectory and workspace each quoted.
 [[nodiscard]] std::wstring SelfDeleteCommandLine(const std::wstring& script, const std::wstring& dir,
-                                                 const std::wstring& workingDirectory);
+                                                 const std::wstring& workingDirectory, const std::wstring& workspace);
 
 // The script's full path for dir.
 [[nodiscard]] std::wstring SelfDeleteScriptPath(const std::wstring& dir);

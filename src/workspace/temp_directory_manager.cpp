@@ -201,18 +201,35 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
   return true;
 }
 
+// Never beside the executable, which may lie inside the installation: the
+// self-deleting script stands in this folder while it removes that tree.
+// An empty folder needs no free space, only a place no link leads through.
 void TempDirectoryManager::CreateWorkingDirectory() {
-  if (!FormatPath(workDir, L"%ls%ls", tempDir, kWorkingFolderSuffix) || !CreateHiddenDirectory(workDir)) {
-    workDir[0] = L'\0';
-    LogWarning(L"No empty working folder for child processes; none will be started");
+  const std::wstring temp = SystemTempFolder();
+  if (!temp.empty() && !IsReparsePoint(temp) &&
+      FormatPath(workDir, L"%ls\\OruSetup_%u%ls", temp.c_str(), ProcessId(), kWorkingFolderSuffix) &&
+      CreateHiddenDirectory(workDir)) {
+    return;
   }
+  wchar_t localAppData[MAX_PATH] = {};
+  if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData)) &&
+      FormatPath(workDir, L"%ls\\OruSetup\\Temp_%u%ls", localAppData, ProcessId(), kWorkingFolderSuffix) &&
+      FindLinkFrom(localAppData, workDir).empty() && CreateDirectoryTree(std::wstring(FolderPart(workDir))) &&
+      CreateHiddenDirectory(workDir)) {
+    return;
+  }
+  workDir[0] = L'\0';
+  LogWarning(L"No empty working folder for child processes; none will be started");
 }
+
+void TempDirectoryManager::LeaveWorkingDirectoryToScript() { workDirLeftToScript = true; }
 
 void TempDirectoryManager::Cleanup() {
   if (!initialized) return;
-  // The self-deleting script may still stand in it: then a later run's
-  // sweep takes it.
-  if (workDir[0] != L'\0' && !DeleteDirectoryRecursive(workDir)) {
+  if (workDirLeftToScript) {
+    // The script stands in it, and removes it once it has left it.
+    LogInfo(L"Working folder left to the self-deleting script: " + std::wstring(workDir));
+  } else if (workDir[0] != L'\0' && !DeleteDirectoryRecursive(workDir)) {
     LogInfo(L"Working folder still in use, left for a later run: " + std::wstring(workDir));
   }
   LogInfo(L"开始清理临时目�?..");

@@ -41,19 +41,21 @@ class TempDirectoryManager {
   // The workspace and its library subdirectory; empty until a place was tried.
   [[nodiscard]] std::wstring GetTempDirectory() const;
   [[nodiscard]] std::wstring GetTavrinDirectory() const;
-  // An empty folder beside the workspace ("<workspace>_cwd") in which every
-  // child process of the run is started; empty when it could not be made.
-  // Unlike the workspace it may outlive the run - the self-deleting script
-  // stands in it - and is then left to a later run's sweep.
+  // An empty folder in which every child process of the run is started:
+  // %TEMP%\OruSetup_<pid>_cwd, else %LOCALAPPDATA%\OruSetup\Temp_<pid>_cwd,
+  // never inside the installation; empty when neither could be made.
   [[nodiscard]] std::wstring GetWorkingDirectory() const { return workDir; }
+  // The self-deleting script stands in the working folder and removes it
+  // after the run: Cleanup then leaves it alone.
+  void LeaveWorkingDirectoryToScript();
   // 0, 1 or 2: the place chosen (meaningful once initialized).
   [[nodiscard]] std::uint32_t GetStrategy() const { return strategy; }
 
   // True once Initialize has found a place.
   [[nodiscard]] bool IsInitialized() const { return initialized; }
 
-  // Deletes the workspace and the working folder now; nothing is scheduled
-  // for later. Does nothing before a successful Initialize.
+  // Deletes the workspace and (unless left to the script) the working
+  // folder now; nothing is scheduled for later. Does nothing before a successful Initialize.
   void Cleanup();
   void CleanupOnExit();
 
@@ -98,6 +100,7 @@ class TempDirectoryManager {
   std::uint32_t strategy = 0;
   bool initialized = false;
   bool autoCleanup = true;
+  bool workDirLeftToScript = false;
   std::uint64_t requiredBytes = 0;
   FreeSpaceQuery freeSpace;
 };

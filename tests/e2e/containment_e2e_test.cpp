@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 #include <windows.h>
+// Needs windows.h before it.
+#include <sddl.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -17,7 +19,7 @@
 
 #include "common/product_keys.h"
 #include "common/strings.h"
-#include "remove/self_delete_script.h"
+#include "common/unique_handle.h"
 #include "support/child_process.h"
 #include "support/reboot_list.h"
 #include "support/test_paths.h"
@@ -31,21 +33,10 @@ namespace {
 // cleans up the installation and may start the self-deleting script.
 const Env kFailedBrowserUninstall{{L"ORU_SETUP_STUB_EXIT_CODE", L"20"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}};
 
-// True when the run started the self-deleting script for dir, as its log
-// says. The script is waited for - under Wine, which has no timeout.exe, it
-// runs at once - so that its work, and any damage, shows before the row's
-// checks and cannot reach the next row's staging.
-bool SelfDeleteStarted(const StagedInstall& install, const std::wstring& dir) {
-  const bool started = Has(install.FinalLog(), WideToUtf8(L"CreateAndRunSelfDeleteDirScript " + dir + L"\n"));
-  const std::wstring script = SelfDeleteScriptPath(dir);
-  for (int i = 0; i < 400 && Exists(script); ++i) ::Sleep(100);
-  return started;
-}
-
 // What every row asserts. No self-deleting script may start for `doomed`
 // (empty: the row expects one).
 void ExpectContained(const StagedInstall& install, DWORD exitCode, const std::wstring& doomed) {
-  EXPECT_FALSE(!doomed.empty() && SelfDeleteStarted(install, doomed)) << WideToUtf8(doomed);
+  EXPECT_FALSE(!doomed.empty() && install.SelfDeleteStarted(doomed)) << WideToUtf8(doomed);
   EXPECT_EQ(exitCode, 0u);
   EXPECT_TRUE(install.SentinelsIntact());
   EXPECT_EQ(install.ForeignTrace(), "") << "another vendor's setup.exe was started";
@@ -94,7 +85,7 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
     const auto before = install.Remaining(), versionBefore = install.Remaining(kStagedPv);
 
     ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), app);
-    EXPECT_FALSE(SelfDeleteStarted(install, install.currentDir));
+    EXPECT_FALSE(install.SelfDeleteStarted(install.currentDir));
     EXPECT_EQ(install.SetupTrace(), "");
     EXPECT_EQ(install.Remaining(), before);
     EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
@@ -201,6 +192,24 @@ TEST(Containment, SelfDeleteOnlyForItsOwnInstallation) {
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{L"[DIR] uninstall"});
   }
   {
+    // The script's working folder would carry it: refused before anything
+    // below the installation is removed, and never reported as started.
+    SCOPED_TRACE("% in the temporary folder");
+    StageOptions options;
+    options.leftoversOnly = true;
+    StagedInstall install(options);
+    ASSERT_TRUE(WriteFileAt(install.uninstallDir + L"\\logs\\a.txt"));
+    const std::wstring temp = LocalAppData() + L"\\Temp 50%";
+    ASSERT_TRUE(::CreateDirectoryW(temp.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS);
+    Env env = kFailedBrowserUninstall;
+    env[L"TEMP"] = env[L"TMP"] = temp;
+    ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath);
+    RemoveTree(temp);
+    EXPECT_TRUE(Exists(install.uninstallDir + L"\\logs\\a.txt"));
+    EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
+    EXPECT_FALSE(Has(install.FinalLog(), "自毁脚本已启动"));
+  }
+  {
     SCOPED_TRACE("the uninstaller outside a user folder the record names, setup.exe missing");
     StagedInstall install;
     install.AddSentinel(userFolder + L"\\Uninstall\\notes.txt");
@@ -268,9 +277,14 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
     ASSERT_TRUE(!row.plant || row.plant(install));
     const std::wstring recorded = ReadValue(kProductKey, kInstallPathValue);
     const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
-    EXPECT_TRUE(SelfDeleteStarted(install, recorded));
+    EXPECT_TRUE(install.SelfDeleteStarted(recorded));
     ExpectContained(install, exitCode, L"");
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
+    EXPECT_EQ(install.OwnFoldersLeft(), std::vector<std::wstring>{});
+    // The removal of the remains, after the telemetry library is gone,
+    // queues no event that nothing would ever send.
+    const std::string log = install.FinalLog();
+    EXPECT_FALSE(Has(log.substr(log.find("Tavrin SDK cleanup completed")), "延迟上报"));
   }
 }
 
@@ -338,6 +352,25 @@ TEST(Containment, OneUninstallerAtATime) {
   // start: the first run's log is whole and holds nothing of the second.
   EXPECT_NE(log.find("是否保留用户数据: 0"), std::string::npos) << log;
   EXPECT_EQ(log.find("是否保留用户数据: 1"), std::string::npos) << log;
+}
+
+// An uninstaller of another token - an elevated one, another account in the
+// session - made the mutex, and this user may not open it: busy all the
+// same. An empty access list lets nobody but its maker in.
+TEST(Containment, AMutexThatCannotBeOpenedMeansAnotherUninstallerRuns) {
+  StagedInstall install;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:", SDDL_REVISION_1, &descriptor, nullptr));
+  SECURITY_ATTRIBUTES attributes{sizeof(attributes), descriptor, FALSE};
+  const UniqueHandle mutex(::CreateMutexW(&attributes, FALSE, L"Local\\Oru.stravo.Uninstaller"));
+  ::LocalFree(descriptor);
+  ASSERT_TRUE(mutex);
+  const auto before = install.Remaining();
+  EXPECT_EQ(install.Run(L"--silent-oru"), 0u);
+  EXPECT_EQ(install.SetupTrace(), "");
+  EXPECT_EQ(install.FinalLogPath(), L"");
+  EXPECT_EQ(install.Remaining(), before);
+  EXPECT_TRUE(install.SentinelsIntact());
 }
 
 }  // namespace

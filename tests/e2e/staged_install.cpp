@@ -8,7 +8,9 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
+#include "remove/self_delete_script.h"
 #include "support/test_paths.h"
+#include "sys/system_directory.h"
 
 namespace oru::test {
 namespace fs = std::filesystem;
@@ -71,6 +73,10 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
 
   RemoveTree(installPath);
   DeleteProductKeys();
+  // Wine has no timeout.exe: without one the self-deleting script would not
+  // wait for the uninstaller to exit, as it does on Windows.
+  const std::wstring timeout = SystemDirectoryFile(L"timeout.exe");
+  if (!Exists(timeout)) ::CopyFileW(BinFile(L"timeout_stub.exe").c_str(), timeout.c_str(), TRUE);
 
   Copy(UninstallerToStage(), exe);
   if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
@@ -168,6 +174,26 @@ bool StagedInstall::SentinelsIntact() const {
     }
   }
   return intact;
+}
+
+bool StagedInstall::SelfDeleteStarted(const std::wstring& dir) const {
+  if (!Has(FinalLog(), WideToUtf8(L"CreateAndRunSelfDeleteDirScript " + dir + L"\n"))) return false;
+  // Under Wine the shell takes a while to get the script going.
+  const std::wstring script = SelfDeleteScriptPath(dir);
+  for (int i = 0; i < 400 && (Exists(script) || !OwnFoldersLeft().empty()); ++i) ::Sleep(100);
+  return true;
+}
+
+std::vector<std::wstring> StagedInstall::OwnFoldersLeft() {
+  std::vector<std::wstring> left;
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(TempFolder(), ec)) {
+    if (entry.path().filename().wstring().starts_with(L"OruSetup_")) left.push_back(entry.path().wstring());
+  }
+  for (const auto& entry : fs::directory_iterator(LocalAppData() + L"\\OruSetup", ec)) {
+    left.push_back(entry.path().wstring());
+  }
+  return left;
 }
 
 std::vector<std::wstring> StagedInstall::Remaining(const std::wstring& relative) const {

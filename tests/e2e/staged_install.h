@@ -74,6 +74,14 @@ class StagedInstall {
   // when it could not be made.
   bool Link(const std::wstring& link, const std::wstring& target);
 
+  // True when the run's log says it started the self-deleting script for
+  // dir; the script is then waited for (bounded) until it has removed its
+  // own file and the run's folders, so that its work, and any damage, shows.
+  [[nodiscard]] bool SelfDeleteStarted(const std::wstring& dir) const;
+  // Folders of the uninstaller's own left in %TEMP% (OruSetup_*) and in
+  // %LOCALAPPDATA%\OruSetup: workspaces and working folders.
+  [[nodiscard]] static std::vector<std::wstring> OwnFoldersLeft();
+
   // Entries left in the installation directory, "[DIR] name" / "[FILE] name".
   [[nodiscard]] std::vector<std::wstring> Remaining(const std::wstring& relative = L"") const;
 

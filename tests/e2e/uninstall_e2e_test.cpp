@@ -38,26 +38,82 @@ void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode) {
   EXPECT_TRUE(install.SentinelsIntact());
 }
 
-TEST(EndToEnd, SuccessfulUninstallRemovesTheProductKeysAndKeepsTheLogBesideTheUninstaller) {
-  StagedInstall install;
-  // setup.exe succeeds (19) and removes the registration, as it does unless told otherwise.
-  ExpectOrderlyRun(install, install.Run(L"", {{L"ORU_DORVID_D36", L"e2e-device"}}));
-
-  const std::string log = install.FinalLog();
-  EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
-  for (const char* line :
-       {"初始化成功，开始卸载！", "setup.exe exitCode: 19", "Chrome uninstall success!", "oru should delete !!!",
-        "卸载成功！", "Tavrin SDK initialized successfully from temp directory", "DllLoader: 成功加载 DLL: "}) {
-    EXPECT_TRUE(Has(log, line)) << line;
+// Each line must follow the one before it, whatever comes between.
+void ExpectLinesInOrder(const std::string& log, const std::vector<std::wstring>& lines) {
+  size_t at = 0;
+  for (const std::wstring& line : lines) {
+    const size_t found = log.find(WideToUtf8(line + L"\n"), at);
+    ASSERT_NE(found, std::string::npos) << "missing, or out of order: " << WideToUtf8(line) << "\n" << log;
+    at = found + 1;
   }
+}
+
+// The default run, as its user meets it: setup.exe succeeds, moves itself
+// out and removes everything but uninstall\, and the script takes the rest.
+// The log tells every step of the driver in its order, the installation
+// record read twice - for the component copy, then by the installation
+// check once the application is known to be stopped.
+TEST(EndToEnd, SuccessfulUninstallRemovesTheProductAndEveryFolderOfItsOwn) {
+  StagedInstall install;
+  const DWORD exitCode = install.Run(L"", {{L"ORU_DORVID_D36", L"e2e-device"}, {L"ORU_SETUP_STUB_REMOVE_FILES", L"1"}});
+  EXPECT_TRUE(install.SelfDeleteStarted(install.installPath));
+  ExpectOrderlyRun(install, exitCode);
+
+  const std::wstring path = install.installPath, pv = kStagedPv, setup = install.setupExe;
+  const std::wstring readPath = L"Found pv value in registry: " + path, readPv = L"Found pv value in registry: " + pv;
+  ExpectLinesInOrder(
+      install.FinalLog(),
+      {L"================== Oru.stravo Uninstaller ==================",
+       L"GetWindowsMajorVersion version: 10",
+       L"[延迟上报 | +0ms] uninstall_started (待 Tavrin 初始化后发送)",
+       readPath,
+       readPv,
+       L"临时目录管理器初始化",
+       L"Attempting to copy Tavrin files from: " + path + L"\\" + pv,
+       L"Successfully copied Tavrin files to temp directory",
+       L"Initializing Tavrin SDK from temp directory...",
+       L"Tavrin SDK initialized successfully from temp directory",
+       L"是否自动关闭 oru: 0",
+       L"Chrome 卸载器是否弹窗: 0",
+       L"是否保留用户数据: 0",
+       L"Oru 卸载器是否弹窗: 1",
+       L"Process not running: oru.stravo.exe",
+       readPath,
+       readPv,
+       L"Found installation path from registry: " + path,
+       L"Found pv value from registry: " + pv,
+       L"初始化成功，开始卸载！",
+       L"Starting uninstall process...",
+       L"cmdLine: \"" + setup + L"\" --uninstall --force-uninstall --verbose-logging --enable-logging --log-file=\"" +
+           path + L"\\uninstall\\chrome_uninstall.log\" --delete-profile",
+       L"Uninstall process started, waiting for it to finish...",
+       L"Uninstall process finished, exit code: 19",
+       L"Failed to open registry key: SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo",
+       L"oru should delete !!!",
+       L"Successfully deleted registry key: SOFTWARE\\Classes\\orustravo",
+       L"Successfully deleted registry key: SOFTWARE\\Kelvane\\oru.stravo",
+       L"setup.exe exitCode: 19",
+       L"Chrome uninstall success!",
+       L"卸载成功！",
+       L"Waiting for reporting to complete...",
+       L"Cleaning up Tavrin SDK...",
+       L"Tavrin SDK cleanup completed",
+       L"Waiting for DLL to fully unload...",
+       L"检查是否需要自毁卸载，安装路径: " + path,
+       L"✅ 需要自毁卸载！开始执行自毁脚本...",
+       L"CreateAndRunSelfDeleteDirScript " + path,
+       L"自毁脚本已启动（延迟2秒后执行）",
+       L"Exiting uninstaller, temp directory will be cleaned up..."});
+
+  // Nothing of the product and no folder of the run's own is left (Wine
+  // keeps the emptied directory the script ran from; Windows removes it);
+  // the log was kept aside, and the registry says where.
+  EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
+  EXPECT_EQ(install.OwnFoldersLeft(), std::vector<std::wstring>{});
+  EXPECT_FALSE(install.FinalLogPath().starts_with(install.installPath));
   EXPECT_FALSE(KeyExists(kProductClassesKey));
   EXPECT_FALSE(KeyExists(kMakerProductKey));
   EXPECT_TRUE(KeyExists(kProductKey));
-  EXPECT_EQ(install.SetupTrace(),
-            WideToUtf8(L"\"" + install.setupExe +
-                       L"\" --uninstall --force-uninstall --verbose-logging --enable-logging "
-                       L"--log-file=\"" +
-                       install.installPath + L"\\uninstall\\chrome_uninstall.log\" --delete-profile\n"));
   const std::string telemetry = install.TavrinTrace();
   // The device identifier reaches the telemetry's common parameters.
   EXPECT_TRUE(Has(telemetry, "key=\"d36\" value=\"e2e-device\"")) << telemetry.substr(0, 2000);
@@ -149,24 +205,38 @@ TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
   }
   {
     // One nobody may open cannot be killed: the check ends with 4 before the
-    // registry is read, and setup.exe never runs.
+    // registry is read, setup.exe never runs, and the install path stays
+    // empty for the rest of the run.
     StagedInstall install;
     ChildProcess running = ChildProcess::Sleeper(app);
     ASSERT_TRUE(running.DenyOpenByOthers());
     ExpectOrderlyRun(install, install.Run(L"--silent-oru --force", SetupExits(19, L"remove")));
     EXPECT_TRUE(running.Running());
     const std::string log = install.FinalLog();
-    EXPECT_TRUE(Has(log, "oru.stravo.exe kill failed."));
-    EXPECT_FALSE(Has(log, "Found installation path from registry: "));
+    const std::string afterKill = log.substr(log.find("oru.stravo.exe kill failed.\n"));
+    EXPECT_FALSE(Has(afterKill, "registry: ")) << afterKill;
+    EXPECT_TRUE(Has(afterKill, "检查是否需要自毁卸载，安装路径: \n")) << afterKill;
     EXPECT_TRUE(install.SetupTrace().empty());
-    for (const char* sent : {"uninstall_stop_app_fail", "kill_failed", "init_failed"}) {
+    for (const char* sent :
+         {"uninstall_stop_app_fail", "kill_failed", "init_failed", R"(key="result_code" value="4")"}) {
       EXPECT_TRUE(Has(install.TavrinTrace(), sent)) << sent;
     }
   }
 }
 
+// A standard user, after an earlier run that was cut short: its workspace
+// and working folders are still there. A failed browser uninstall (20)
+// leaves setup.exe behind; the clean-up removes it, and the script the rest,
+// the earlier run's folders gone with the sweep.
 TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
   StagedInstall install;
+  for (const std::wstring& stale :
+       {TempFolder() + L"\\OruSetup_99990\\tavrin\\dorvid.dll", TempFolder() + L"\\OruSetup_99990_cwd\\",
+        LocalAppData() + L"\\OruSetup\\Temp_99991_cwd\\"}) {
+    ASSERT_TRUE(WriteFileAt(stale + L"x"));
+  }
+  RebootSchedulingDenied standardUser;
+  ASSERT_TRUE(standardUser.Applied());
   // The path recorded as a hand-edited registry may hold it, with forward
   // slashes and a trailing separator: its normal form reaches every step.
   std::wstring recorded = install.installPath + L"/";
@@ -174,7 +244,9 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
   SetValue(kProductKey, kInstallPathValue, recorded);
   const DWORD exitCode = install.Run(L"--silent-oru", {{L"ORU_SETUP_STUB_EXIT_CODE", L"20"},
                                                        {L"ORU_SETUP_STUB_REGISTRATION", L"remove"},
-                                                       {L"ORU_SETUP_STUB_REMOVE_FILES", L"1"}});
+                                                       {L"ORU_SETUP_STUB_REMOVE_FILES", L"1"},
+                                                       {L"ORU_SETUP_STUB_KEEP_SELF", L"1"}});
+  EXPECT_TRUE(install.SelfDeleteStarted(install.installPath));
   ExpectOrderlyRun(install, exitCode);
   const std::string log = install.FinalLog();
   for (const char* line : {"chrome 卸载失败", "Installation directory is in minimal state, safe to cleanup",
@@ -185,11 +257,8 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
   EXPECT_EQ(install.SetupTrace().rfind(WideToUtf8(L"\"" + install.setupExe + L"\" --uninstall"), 0), 0u);
   // Windows would move the running uninstaller into %TEMP% rather than fail.
   EXPECT_TRUE(Has(log, WideToUtf8(L"Kept while the uninstaller still needs it: " + install.exe)));
-  // The script waits 2 s, then empties the installation directory (Wine
-  // keeps the emptied directory the script ran from; Windows removes it).
-  // Under Wine the shell takes up to ~20 s to get the script going.
-  for (int i = 0; i < 400 && !install.Remaining().empty(); ++i) ::Sleep(100);
   EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
+  EXPECT_EQ(install.OwnFoldersLeft(), std::vector<std::wstring>{});
   // The log was kept out of the directory the script removes, and the
   // registry says where.
   EXPECT_FALSE(install.FinalLogPath().starts_with(install.installPath));

@@ -56,13 +56,13 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   TempDir dir;
   ASSERT_TRUE(WriteSelfDeleteScript(dir.Child(L"_deldir.bat")));
   EXPECT_EQ(test::ReadFileBytes(dir.Child(L"_deldir.bat")),
-            "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\nrd /s /q \"%~1\"\r\n"
-            "del \"%~f0\" >nul 2>nul\r\n");
+            "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\n"
+            "rd /s /q \"%~1\" & rd /s /q \"%~3\" & cd /d \"%~dp2\" & rd \"%~2\"\r\ndel \"%~f0\" >nul 2>nul\r\n");
   // Started by the system's cmd, which drops the outer quotes after /C; the
-  // run's working folder is its second argument.
-  EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd"),
+  // run's working folder is its second argument, its workspace the third.
+  EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd", L"C:\\t\\w"),
             L"\"" + SystemDirectoryFile(L"cmd.exe") +
-                L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\"\"");
+                L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\" \"C:\\t\\w\"\"");
 }
 
 }  // namespace

@@ -8,7 +8,10 @@
 //   ORU_SETUP_STUB_REGISTRATION  the product's registration (HKCU ...\Uninstall\Oru.stravo): "remove"
 //                                the key (default), "empty" its UninstallString, or "keep" it
 //   ORU_SETUP_STUB_REMOVE_FILES  "1": remove the product's files as the real one does, all but the
-//                                "uninstall" folder and itself (<pv>\Installer\setup.exe)
+//                                "uninstall" folder; it first moves itself out into %TEMP%, as the
+//                                real one does, so that only "uninstall" is left
+//   ORU_SETUP_STUB_KEEP_SELF     "1": with REMOVE_FILES, stay where it is instead
+//                                (<pv>\Installer\setup.exe is then left)
 //   ORU_SETUP_STUB_DELAY_MS      milliseconds to sleep first (default 0)
 // Test code only; never shipped.
 
@@ -67,8 +70,21 @@ void RemoveAllBut(const fs::path& dir, const fs::path& keep, const fs::path& als
   for (const auto& path : doomed) fs::remove_all(path, ec);
 }
 
-void RemoveProductFiles() {
+// A running program can be renamed though not deleted: out of the way into
+// the temporary folder, where it is left for the system's clean-up.
+bool MoveSelfToTemp() {
+  wchar_t temp[MAX_PATH] = {};
+  wchar_t aside[MAX_PATH] = {};
+  return ::GetTempPathW(MAX_PATH, temp) != 0 && ::GetTempFileNameW(temp, L"stp", 0, aside) != 0 &&
+         ::MoveFileExW(Self().c_str(), aside, MOVEFILE_REPLACE_EXISTING);
+}
+
+void RemoveProductFiles(bool keepSelf) {
   const fs::path installer = Self().parent_path(), version = installer.parent_path();
+  if (!keepSelf && MoveSelfToTemp()) {
+    RemoveAllBut(version.parent_path(), L"uninstall");
+    return;
+  }
   RemoveAllBut(installer, Self().filename());
   RemoveAllBut(version, installer.filename());
   RemoveAllBut(version.parent_path(), version.filename(), L"uninstall");
@@ -82,6 +98,6 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   oru::doubles::TraceWriter(redirected.empty() ? Setting(L"ORU_SETUP_STUB_TRACE") : redirected)
       .Line(oru::doubles::Utf8(::GetCommandLineW()));
   ChangeRegistration(Setting(L"ORU_SETUP_STUB_REGISTRATION"));
-  if (Setting(L"ORU_SETUP_STUB_REMOVE_FILES") == L"1") RemoveProductFiles();
+  if (Setting(L"ORU_SETUP_STUB_REMOVE_FILES") == L"1") RemoveProductFiles(Setting(L"ORU_SETUP_STUB_KEEP_SELF") == L"1");
   return static_cast<int>(Number(L"ORU_SETUP_STUB_EXIT_CODE", L"19"));
 }
