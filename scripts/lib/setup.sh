@@ -3,6 +3,8 @@
 # (otherwise ctest waits ~3 s per test for Wine's pipes to close).
 
 ORU_BASE_PACKAGES=(cmake make g++-mingw-w64-x86-64-posix mingw-w64-tools wine64 googletest)
+# What the whole suite needs beside: the message boxes shown under Xvfb.
+ORU_SUITE_PACKAGES=(xvfb xdotool imagemagick fonts-wqy-microhei)
 
 ensure_packages() {
   local missing=()
