@@ -23,7 +23,7 @@ MUTATIONS = [
     # Programs it starts.
     dict(name="cmd-by-name", file="src/sys/child_process.cpp",
          find="JoinWide({L\"\\\"\", SystemDirectoryFile(L\"cmd.exe\"),", replace="JoinWide({L\"\\\"\", std::wstring(L\"cmd.exe\"),",
-         tests="DeletionCommands|DeleteMultiProcess|Containment.PlantedPrograms"),
+         tests="DeletionCommands|DeleteMultiProcess|StandardUser"),
     dict(name="relative-programs-accepted", file="src/sys/child_process.cpp",
          find="  if (!AbsoluteLocalPathRefusal(program).empty()) return {};\n", replace="",
          tests="ChildCommandRefusal"),
@@ -136,4 +136,25 @@ MUTATIONS = [
          tests="ProcessTest"),
     dict(name="json-quote-unescaped", file="src/identity/json_encoder.cpp",
          find="    case '\"':\n      return '\"';\n", replace="", tests="JsonEncoder"),
+    # A complete uninstall leaves nothing of the run's own.
+    dict(name="working-folder-inside-the-installation", file="src/workspace/temp_directory_manager.cpp",
+         find="  const std::wstring temp = SystemTempFolder();\n  if (!temp.empty() && !IsReparsePoint(temp) &&",
+         replace="  const std::wstring temp = SystemTempFolder();\n"
+                 "  if (FormatPath(workDir, L\"%ls%ls\", tempDir, kWorkingFolderSuffix) && CreateHiddenDirectory(workDir)) return;\n"
+                 "  if (!temp.empty() && !IsReparsePoint(temp) &&",
+         tests="EndToEnd.ASelfDeletingRunWithTheWorkspaceBeside"),
+    dict(name="script-leaves-the-workspace", file="src/remove/self_delete_script.cpp",
+         find=' & rd /s /q \\"%%~3\\"', replace="", tests="SelfDeleteScript|EndToEnd.Successful"),
+    dict(name="percent-checked-in-the-install-path-only", file="src/remove/self_delete_decision.cpp",
+         find="for (const std::wstring& path : {installPath, workingFolder, workspace}) {",
+         replace="for (const std::wstring& path : {installPath}) {\n    (void)workspace;", tests="Containment.SelfDeleteOnly"),
+    dict(name="denied-mutex-taken-for-none", file="src/app/uninstaller_main.cpp",
+         find="  if (!instanceLock) return error == ERROR_ACCESS_DENIED;\n", replace="",
+         tests="Containment.AMutexThatCannotBeOpened"),
+    dict(name="remains-reported-after-unload", file="src/remove/directory_tree.cpp",
+         find="ReportedTreeRemoval removal(false);", replace="ReportedTreeRemoval removal(true);",
+         tests="Containment.SelfDeletingRuns"),
+    dict(name="self-delete-for-the-entrys-record", file="src/app/uninstaller_main.cpp",
+         find="StartSelfDeleteIfOnlyUninstallerLeft(context.install_path,",
+         replace="StartSelfDeleteIfOnlyUninstallerLeft(installation.install_path,", tests="EndToEnd.RunningApplication"),
 ]

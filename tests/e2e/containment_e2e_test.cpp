@@ -20,11 +20,7 @@
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
-#include "support/child_process.h"
-#include "support/reboot_list.h"
 #include "support/test_paths.h"
-#include "sys/child_process.h"
-#include "sys/system_directory.h"
 
 namespace oru::test {
 namespace {
@@ -285,34 +281,6 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
     // queues no event that nothing would ever send.
     const std::string log = install.FinalLog();
     EXPECT_FALSE(Has(log.substr(log.find("Tavrin SDK cleanup completed")), "延迟上报"));
-  }
-}
-
-// A cmd.exe and a powershell.exe planted beside the uninstaller and in the
-// folder it is started from, with the clean-up driven to its last resort
-// (setup.exe held open, reboot scheduling denied): only the system's run.
-// The plants are tripwires whose trace is a sentinel: a start changes it.
-TEST(Containment, PlantedProgramsNeverRun) {
-  StageOptions options;
-  options.leftoversOnly = true;
-  StagedInstall install(options);
-  const std::wstring trace = LocalAppData() + L"\\tripwire_trace.txt";
-  install.AddSentinel(trace);
-  install.currentDir = LocalAppData() + L"\\Oru Start Folder";
-  install.AddSentinel(install.currentDir + L"\\keep.txt");
-  for (const std::wstring& dir : {install.uninstallDir, install.currentDir}) {
-    for (const wchar_t* name : {L"cmd.exe", L"powershell.exe"}) {
-      ASSERT_TRUE(::CopyFileW(BinFile(L"tripwire.exe").c_str(), (dir + L"\\" + name).c_str(), FALSE));
-    }
-  }
-  ChildProcess holder = ChildProcess::HoldFile(install.setupExe);
-  RebootSchedulingDenied denied;
-  ASSERT_TRUE(holder.valid() && denied.Applied());
-
-  ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}}), install.installPath);
-  const std::string log = install.FinalLog();
-  for (const wchar_t* program : {L"cmd.exe", L"WindowsPowerShell\\v1.0\\powershell.exe"}) {
-    EXPECT_TRUE(Has(log, WideToUtf8(L" command: \"" + SystemDirectoryFile(program) + L"\" "))) << WideToUtf8(program);
   }
 }
 

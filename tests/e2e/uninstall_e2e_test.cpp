@@ -13,6 +13,7 @@
 #include "support/child_process.h"
 #include "support/reboot_list.h"
 #include "support/test_paths.h"
+#include "sys/system_directory.h"
 
 namespace oru::test {
 namespace {
@@ -269,11 +270,22 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
 // standard user may not schedule deletions for the reboot, so a file in use
 // takes every fallback and each of them fails. Here setup.exe, held open by
 // another process, cannot start (code 20), and the clean-up that follows
-// finds it in use.
+// finds it in use. A cmd.exe and a powershell.exe planted beside the
+// uninstaller and in the folder it is started from never run: only the
+// system's do. The plants are tripwires whose trace is a sentinel.
 TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) {
   StageOptions options;
   options.leftoversOnly = true;
   StagedInstall install(options);
+  const std::wstring trace = LocalAppData() + L"\\tripwire_trace.txt";
+  install.AddSentinel(trace);
+  install.currentDir = LocalAppData() + L"\\Oru Start Folder";
+  install.AddSentinel(install.currentDir + L"\\keep.txt");
+  for (const std::wstring& dir : {install.uninstallDir, install.currentDir}) {
+    for (const wchar_t* name : {L"cmd.exe", L"powershell.exe"}) {
+      ASSERT_TRUE(::CopyFileW(BinFile(L"tripwire.exe").c_str(), (dir + L"\\" + name).c_str(), FALSE));
+    }
+  }
   ChildProcess holder = ChildProcess::HoldFile(install.setupExe);
   ASSERT_TRUE(holder.valid());
   RebootSchedulingDenied denied;
@@ -281,7 +293,7 @@ TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) 
   ASSERT_FALSE(::MoveFileExW(install.setupExe.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT));
   const std::wstring pendingBefore = PendingRenames();
 
-  const DWORD exitCode = install.Run(L"--silent-oru");
+  const DWORD exitCode = install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}});
 
   EXPECT_EQ(exitCode, 0u);
   EXPECT_TRUE(install.SentinelsIntact());
@@ -299,7 +311,9 @@ TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) 
         L"All multi-process delete file methods failed for: " + setup,
         L"All deletion methods failed for setup.exe: " + setup,
         std::wstring(L"Skipping version directory deletion because setup.exe deletion failed"),
-        std::wstring(L"❌ 不需要自毁卸载！安装目录下还有其他文件或文件夹")}) {
+        std::wstring(L"❌ 不需要自毁卸载！安装目录下还有其他文件或文件夹"),
+        L" command: \"" + SystemDirectoryFile(L"cmd.exe") + L"\" ",
+        L" command: \"" + SystemDirectoryFile(L"WindowsPowerShell\\v1.0\\powershell.exe") + L"\" "}) {
     EXPECT_TRUE(Has(log, WideToUtf8(line))) << WideToUtf8(line);
   }
 }

@@ -241,12 +241,15 @@ std::wstring Variable(const wchar_t* name) {
 bool InstallFaultsFromEnvironment() {
   const std::wstring fault = Variable(L"ORU_FAULT"), recordPath = Variable(L"ORU_FAULT_RECORD"),
                      divisor = Variable(L"ORU_FAULT_SLEEP_DIVISOR");
-  if (!fault.empty()) {
-    const size_t first = fault.find(L':'), second = fault.find(L':', first + 1), third = fault.find(L':', second + 1);
+  for (size_t start = 0; start < fault.size();) {
+    const size_t end = std::min(fault.find(L';', start), fault.size());
+    const std::wstring one = fault.substr(start, end - start);
+    start = end + 1;
+    const size_t first = one.find(L':'), second = one.find(L':', first + 1), third = one.find(L':', second + 1);
     if (second == std::wstring::npos) return false;
-    const std::wstring occurrence = fault.substr(second + 1, third - second - 1);
-    const std::wstring contains = third == std::wstring::npos ? L"" : fault.substr(third + 1);
-    if (!Arm(RowOf(fault.substr(0, first)), std::wcstoul(fault.c_str() + first + 1, nullptr, 10),
+    const std::wstring occurrence = one.substr(second + 1, third - second - 1);
+    const std::wstring contains = third == std::wstring::npos ? L"" : one.substr(third + 1);
+    if (!Arm(RowOf(one.substr(0, first)), std::wcstoul(one.c_str() + first + 1, nullptr, 10),
              occurrence == L"*" ? 0 : std::wcstoul(occurrence.c_str(), nullptr, 10), contains))
       return false;
   }

@@ -10,7 +10,8 @@
 //       <function> fails with <error> at its <occurrence>-th call (1 = the
 //       first; * or 0 = every call), counting only calls whose path argument
 //       contains <text>, letter case ignored. The text runs to the end and may
-//       hold colons: ORU_FAULT=MoveFileW:5:2:C:\x\setup.exe
+//       hold colons: ORU_FAULT=MoveFileW:5:2:C:\x\setup.exe. Several faults,
+//       each of its own function, are separated by ";".
 //   ORU_FAULT_RECORD=<file>
 //       appends "<function>\t<occurrence>\t<path argument>\n" (UTF-8) for every
 //       call of a covered function, each line written at once; the occurrence
