@@ -157,4 +157,17 @@ MUTATIONS = [
     dict(name="self-delete-for-the-entrys-record", file="src/app/uninstaller_main.cpp",
          find="StartSelfDeleteIfOnlyUninstallerLeft(context.install_path,",
          replace="StartSelfDeleteIfOnlyUninstallerLeft(installation.install_path,", tests="EndToEnd.RunningApplication"),
+    # Guards of where things happen.
+    dict(name="children-in-the-workspace", file="src/app/uninstaller_main.cpp",
+         find="SetChildWorkingDirectory(workspace->GetWorkingDirectory());",
+         replace="SetChildWorkingDirectory(workspace->GetTempDirectory());", tests="EndToEnd.Successful"),
+    dict(name="working-folder-left-at-exit", file="src/workspace/temp_directory_manager.cpp",
+         find="} else if (workDir[0] != L'\\0' && !DeleteDirectoryRecursive(workDir)) {",
+         replace="} else if (false) {", tests="EndToEnd.EveryRow"),
+    dict(name="remains-below-the-recorded-spelling", file="src/remove/self_delete_decision.cpp",
+         find="(void)DeleteRemainsExcept(canonicalInstall, inUse);", replace="(void)DeleteRemainsExcept(installPath, inUse);",
+         tests="Containment.SelfDeletingRuns"),
+    dict(name="place-2-checks-only-its-own-folder", file="src/workspace/temp_directory_manager.cpp",
+         find="FindLinkFrom(localAppData, tempDir);", replace="FindLinkFrom(tempDir, tempDir);",
+         tests="Containment.LinksAreNeverEntered"),
 ]

@@ -52,6 +52,7 @@ REGEDIT4
 [HKEY_CURRENT_USER\\Software\\Oru.stravo]
 "OruInstallPath"="$install_reg"
 "pv"="$ORU_PV"
+"OruInstallLogPath"=-
 
 [HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Oru.stravo]
 "UninstallString"="\\"$install_reg\\\\uninstall\\\\oru_uninstall.exe\\""

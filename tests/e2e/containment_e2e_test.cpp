@@ -96,6 +96,8 @@ TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
 // stay whole. A link on the record's own path refuses the record; any other
 // is left alone, and the self-deleting script never starts past one.
 TEST(Containment, LinksAreNeverEntered) {
+  // Built with the fault injector, which one row needs; the same run otherwise.
+  ::SetEnvironmentVariableW(L"ORU_E2E_UNINSTALLER", BinFile(L"oru_uninstall_injected.exe").c_str());
   const std::wstring target = LocalAppData() + L"\\Linked Vendor\\App", logs = TempFolder() + L"\\OruSetupLogs";
   struct Row {
     const char* name;
@@ -140,12 +142,17 @@ TEST(Containment, LinksAreNeverEntered) {
        }},
       {"named like a stale workspace", true, false,
        [&](StagedInstall& i) { return i.Link(TempFolder() + L"\\OruSetup_99998", target); }},
-      {"as %LOCALAPPDATA%\\OruSetup, a foreign Temp_ folder behind it", true, false,
+      // %TEMP% has no room, so the workspace would go there next.
+      {"as %LOCALAPPDATA%\\OruSetup, a foreign Temp_ folder behind it",
+       true,
+       false,
        [&](StagedInstall& i) {
          i.AddSentinel(target + L"\\Temp_99997\\keep.txt");
          RemoveTree(LocalAppData() + L"\\OruSetup");
          return i.Link(LocalAppData() + L"\\OruSetup", target);
-       }},
+       },
+       {{L"ORU_FAULT", L"GetDiskFreeSpaceExW:112:1"}},
+       L"链接在路径上，不使用: " + LocalAppData() + L"\\OruSetup"},
       {"as %TEMP% itself, a foreign OruSetup_ folder behind it",
        true,
        false,

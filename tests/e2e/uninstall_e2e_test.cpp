@@ -37,6 +37,8 @@ void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode) {
   EXPECT_TRUE(Has(log, "================== Oru.stravo Uninstaller =================="));
   EXPECT_TRUE(Has(log, "Exiting uninstaller, temp directory will be cleaned up..."));
   EXPECT_TRUE(install.SentinelsIntact());
+  // The children's working folder goes at exit, or with the script.
+  for (const std::wstring& left : install.OwnFoldersLeft()) EXPECT_FALSE(left.ends_with(L"_cwd")) << WideToUtf8(left);
 }
 
 // Each line must follow the one before it, whatever comes between.
