@@ -9,10 +9,8 @@
 #include "common/strings.h"
 #include "support/log_capture.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::LogCapture;
 
 // Every row of the exit-code table, read as the log shows it; a code
 // outside the table is "others", whatever its value. Only 20 goes on to the
@@ -50,4 +48,4 @@ TEST(BrowserRemovalTest, EveryExitCodeLogsItsOwnLinesAndOnly20CleansUp) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -12,12 +12,8 @@
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::ReadFileBytes;
-using test::TempDir;
 
 constexpr char kBom[] = "\xEF\xBB\xBF";
 constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
@@ -106,4 +102,4 @@ TEST(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

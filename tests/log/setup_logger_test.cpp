@@ -12,12 +12,8 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::ReadFileBytes;
-using test::TempDir;
 
 constexpr char kHeaderBytes[] = "\xEF\xBB\xBF=== ORU Setup Log ===\n";
 
@@ -57,7 +53,7 @@ TEST(SetupLogger, AnExistingFileIsNeverOpened) {
 // its banner, the notice after it.
 TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
   const std::wstring name = L"leftover_" + std::to_wstring(::GetCurrentProcessId()) + L".log";
-  const std::wstring folder = test::TempFolder() + L"\\OruSetupLogs";
+  const std::wstring folder = TempFolder() + L"\\OruSetupLogs";
   ::CreateDirectoryW(folder.c_str(), nullptr);
   std::ofstream(std::filesystem::path(folder + L"\\" + name), std::ios::binary) << "the earlier run\n";
 
@@ -82,4 +78,4 @@ TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

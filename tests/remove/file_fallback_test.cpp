@@ -9,19 +9,15 @@
 #include "support/reboot_list.h"
 #include "support/temp_dir.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::LogCapture;
-using test::TempDir;
 
 // Wine carries out and clears the reboot operations on any wineboot, so
 // they are read back at once.
 bool IsPendingDeletion(std::wstring path) {
   // Recorded as the system resolves it: without a doubled separator.
   for (size_t at; (at = path.find(L"\\\\")) != std::wstring::npos;) path.erase(at, 1);
-  return test::PendingRenames().find(L"\\??\\" + path + L'\0') != std::wstring::npos;
+  return PendingRenames().find(L"\\??\\" + path + L'\0') != std::wstring::npos;
 }
 
 // Pins the tick and random value, so temporary names are known in advance:
@@ -80,7 +76,7 @@ TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName
 TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReboot) {
   TempDir dir;
   const std::wstring locked = dir.WriteFile(L"locked.dat");
-  test::ChildProcess holder = test::ChildProcess::HoldFile(locked);
+  ChildProcess holder = ChildProcess::HoldFile(locked);
   ASSERT_TRUE(holder.Running());
   const struct {
     std::wstring file;
@@ -113,4 +109,4 @@ TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReb
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -8,10 +8,8 @@
 #include "sys/child_process.h"
 #include "sys/system_directory.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::TempDir;
 
 // A listing that breaks off before its end does not qualify either; no
 // folder here can be made to break off (a share or volume going away
@@ -55,7 +53,7 @@ TEST(NeedsSelfDeleteUninstall, PathOver256CharactersNeverQualifies) {
 TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   TempDir dir;
   ASSERT_TRUE(WriteSelfDeleteScript(dir.Child(L"_deldir.bat")));
-  EXPECT_EQ(test::ReadFileBytes(dir.Child(L"_deldir.bat")),
+  EXPECT_EQ(ReadFileBytes(dir.Child(L"_deldir.bat")),
             "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\n"
             "rd /s /q \"%~1\" & rd /s /q \"%~3\" & cd /d \"%~dp2\" & rd \"%~2\"\r\ndel \"%~f0\" >nul 2>nul\r\n");
   // Started by the system's cmd, which drops the outer quotes after /C; the
@@ -66,4 +64,4 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

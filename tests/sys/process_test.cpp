@@ -8,13 +8,8 @@
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::ChildProcess;
-using test::CopyHelperAs;
-using test::LogCapture;
-using test::TempDir;
 
 constexpr wchar_t kApp[] = L"oru.stravo.exe";
 
@@ -72,4 +67,4 @@ TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

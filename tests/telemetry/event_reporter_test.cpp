@@ -12,13 +12,8 @@
 #include "sys/version_info.h"
 #include "telemetry/tavrin_binding.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::LogCapture;
-using test::ReadTrace;
-using test::TempDir;
-using test::TraceCall;
 
 using Pairs = std::vector<std::string>;
 
@@ -30,7 +25,7 @@ class ReporterWithLibraries : public ::testing::Test {
  protected:
   void SetUp() override {
     sdk_ = dir_.MakeDir(L"sdk 遥测");
-    trace_ = test::StageTavrin(sdk_);
+    trace_ = StageTavrin(sdk_);
   }
   // Notes where it was asked.
   struct DeviceIds : DeviceIdProvider {
@@ -57,7 +52,7 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
 
   ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
   EXPECT_TRUE(reporter_.PendingEvents().empty());
-  EXPECT_TRUE(test::Exists(keep)) << "an existing data folder is used as it is";
+  EXPECT_TRUE(Exists(keep)) << "an existing data folder is used as it is";
 
   const auto calls = Trace();
   ASSERT_EQ(calls.size(), 5u);
@@ -126,7 +121,7 @@ TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnc
 // without TV_GetTavrinDeviceId: none is called, nothing stays bound, and
 // events stay queued.
 TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
-  const std::string stub = test::ReadFileBytes(test::BinFile(L"tavrin_sdk.dll"));
+  const std::string stub = ReadFileBytes(BinFile(L"tavrin_sdk.dll"));
   ASSERT_GT(stub.size(), 1024u);
   const struct {
     std::string what;
@@ -138,7 +133,7 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     TempDir dir;
-    const std::wstring trace = test::StageTavrin(dir.path(), test::kTavrinStubNoDeviceId);
+    const std::wstring trace = StageTavrin(dir.path(), kTavrinStubNoDeviceId);
     if (!c.content.empty()) dir.WriteFile(L"tavrin_sdk.dll", c.content);
     const bool loads = c.content.empty();
     LogCapture log;
@@ -162,13 +157,13 @@ TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
   }
   // A relative folder is refused though the current one holds the stand-in.
   const TempDir current;
-  test::StageTavrin(current.path());
+  StageTavrin(current.path());
   ASSERT_TRUE(::SetCurrentDirectoryW(current.path().c_str()));
   const LogCapture log;
   EXPECT_FALSE(reporter.Init(L"."));
   EXPECT_TRUE(log.HasFragment(L"Refused to load a DLL not named by an absolute local path: .\\tavrin_sdk.dll, "));
-  ::SetCurrentDirectoryW(test::BinDir().c_str());  // so that the folder can go
+  ::SetCurrentDirectoryW(BinDir().c_str());  // so that the folder can go
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -14,15 +14,10 @@
 #include "support/test_paths.h"
 #include "workspace/workspace_texts.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 using namespace workspace_text;
-using test::Exists;
-using test::LocalAppData;
-using test::LogCapture;
-using test::TempFolder;
-using test::WriteFileAt;
 
 constexpr std::uint64_t kRequired = 0x9600000;  // what the uninstaller asks for
 constexpr std::uint64_t kThreshold = kRequired + 50 * 1024 * 1024;
@@ -32,7 +27,7 @@ std::wstring OwnId() { return std::to_wstring(::GetCurrentProcessId()); }
 
 std::wstring Place1() { return TempFolder() + L"\\OruSetup_" + OwnId(); }
 std::wstring Place2() { return LocalAppData() + L"\\OruSetup\\Temp_" + OwnId(); }
-std::wstring Place3() { return test::BinFile(L".OruSetupTemp"); }
+std::wstring Place3() { return BinFile(L".OruSetupTemp"); }
 
 // Places 1 and 2, asked first, see `systemDrive` bytes free; place 3 (beside
 // the test program, on the test prefix's only drive too) is given plenty.
@@ -51,7 +46,7 @@ class WorkspaceTest : public ::testing::Test {
   void SetUp() override { RemovePlaces(); }
   void TearDown() override { RemovePlaces(); }
   static void RemovePlaces() {
-    for (const auto& place : {Place1(), Place2(), Place3()}) test::RemoveTree(place);
+    for (const auto& place : {Place1(), Place2(), Place3()}) RemoveTree(place);
   }
   LogCapture log;
 };
@@ -87,7 +82,7 @@ TEST_F(WorkspaceTest, NoPlaceWorkingFailsAndLeavesNothingToStage) {
   EXPECT_FALSE(manager.Initialize(kRequired, false));
   EXPECT_EQ(log.Count(L"GetDiskFreeSpaceEx() 失败，错误码: 21"), 3u);
   EXPECT_TRUE(log.Has(L"[ERROR] 无法创建临时目录，所有策略都失败"));
-  EXPECT_FALSE(CopyTavrinFiles(manager, test::BinDir()));
+  EXPECT_FALSE(CopyTavrinFiles(manager, BinDir()));
 }
 
 TEST_F(WorkspaceTest, ASecondInitializeChangesNothingAndAWorkspaceInUseIsLeftAtExit) {
@@ -101,7 +96,7 @@ TEST_F(WorkspaceTest, ASecondInitializeChangesNothingAndAWorkspaceInUseIsLeftAtE
   EXPECT_TRUE(Exists(loaded));
   EXPECT_TRUE(log.Has(L"[WARNING] TempDirectoryManager already initialized"));
 
-  auto holder = test::ChildProcess::HoldFile(loaded);
+  auto holder = ChildProcess::HoldFile(loaded);
   ASSERT_TRUE(holder.Running());
   manager.Cleanup();
   EXPECT_TRUE(Exists(loaded));
@@ -154,12 +149,12 @@ TEST_F(WorkspaceTest, TheStaleCleanupRemovesOtherRunsButNeverThisProcesssOwn) {
 // A link to the user's documents inside a workspace must leave the documents
 // whole. (One named like another run's workspace is an end-to-end row.)
 TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
-  test::TempDir documents;
+  TempDir documents;
   const std::wstring keep = documents.WriteFile(L"keep.txt", std::string(1000, 'k'));
-  test::TempDir dir;
+  TempDir dir;
   const std::wstring tree = dir.MakeDir(L"workspace");
   dir.WriteFile(L"workspace\\own.dll", std::string(10, 'o'));
-  test::DirectoryLink inside(tree + L"\\link", documents.path());
+  DirectoryLink inside(tree + L"\\link", documents.path());
   if (!inside.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
   LogCapture log;
 
@@ -179,4 +174,4 @@ TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test
