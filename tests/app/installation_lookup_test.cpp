@@ -34,28 +34,22 @@ void SetRecord(const std::wstring& path, const std::wstring& pv) {
 }
 
 // Each rule alone refuses, the record read as the entry reads it: it comes
-// back empty after one warning naming both values. What a refused record
-// would have led to is shown end to end, one row per kind of hazard.
+// back empty after one warning naming both values. One row per rule: every
+// spelling a rule refuses is PathRules'; what a refused record would have led
+// to is shown end to end, one row per kind of hazard.
 TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application", pv = L"1.4.2.7";
   const std::wstring profile = KnownFolder(FOLDERID_Profile);
   wchar_t windows[MAX_PATH] = {};
   ::GetWindowsDirectoryW(windows, MAX_PATH);
   std::vector<std::pair<std::wstring, std::wstring>> rows = {
-      {L".", pv},
       {L"Oru.stravo\\Application", pv},
-      {L"..\\Application", pv},
       {app + L"\\..\\Application", pv},
       {L"\\\\?\\" + app, pv},
-      {L"\\\\.\\" + app, pv},
       {L"\\\\localhost\\C$" + app.substr(2), pv},
       {L"C:\\", pv},
-      {app, L"."},
       {app, L".."},
-      {app, L"1.0/../.."},
       {app, L"..\\..\\Other Vendor\\App"},
-      {app, L"1.0."},
-      {app, L"1.0 "},
       {app, L"a:b"},
   };
   for (const std::wstring& folder :
