@@ -25,7 +25,7 @@ class LogCapture {
 
  private:
   std::wstring path_;
-  long long start_ = 0;
+  size_t start_ = 0;
 };
 
 // The raw bytes of a file; empty when it cannot be read.

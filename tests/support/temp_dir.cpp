@@ -14,17 +14,12 @@
 namespace oru::test {
 namespace fs = std::filesystem;
 
-namespace {
-
-std::wstring UniqueTempPath() {
+TempDir::TempDir() {
   static std::atomic<unsigned> counter{0};
-  return TempFolder() + L"\\oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++) +
-         L"_" + std::to_wstring(::GetTickCount());
+  path_ = TempFolder() + L"\\oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++) +
+          L"_" + std::to_wstring(::GetTickCount());
+  fs::create_directories(fs::path(path_));
 }
-
-}  // namespace
-
-TempDir::TempDir() : path_(UniqueTempPath()) { fs::create_directories(fs::path(path_)); }
 
 TempDir::~TempDir() { RemoveTree(path_); }
 
