@@ -68,11 +68,9 @@ TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName
   ::DeleteFileW(fallback.c_str());
 }
 
-// Only a file in use is retried (200 + 400 + 600 + 800 ms); any other
-// failure goes straight to the reboot. Access denied (5) counts as in use
-// too, but no move here can fail with it: Wine as root never refuses one,
-// so only Windows can show that half of the rule. Either way the original is registered.
-// The waits are bounded both ways: a longer or an extra pause fails too.
+// Only a file in use (or denied: FaultInjection.MoveDenied) is retried,
+// 200 + 400 + 600 + 800 ms; any other failure goes straight to the reboot,
+// which registers the original. A longer or an extra pause fails too.
 TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReboot) {
   TempDir dir;
   const std::wstring locked = dir.WriteFile(L"locked.dat");
