@@ -8,6 +8,7 @@
 #include "support/log_capture.h"
 #include "support/reboot_list.h"
 #include "support/temp_dir.h"
+#include "support/test_paths.h"
 
 namespace oru::test {
 namespace {
@@ -24,9 +25,7 @@ bool IsPendingDeletion(std::wstring path) {
 // the returned prefix plus the rest of each name.
 std::wstring PinTempNames() {
   SetTempNameSourcesForTesting([] { return 5012345ul; }, [] { return 41; });
-  std::wstring dir(MAX_PATH, L'\0');
-  dir.resize(::GetTempPathW(MAX_PATH, dir.data()));
-  return dir + L"\\oru_del_";  // the temporary path's own backslash and one more
+  return TempFolder() + L"\\\\oru_del_";  // the temporary path's own backslash and one more
 }
 
 // Read-only files refuse deletion (5) but can be renamed into the temporary

@@ -45,8 +45,6 @@ std::vector<std::wstring> LogCapture::Lines() const {
   return lines;
 }
 
-bool LogCapture::Has(std::wstring_view line) const { return Count(line) > 0; }
-
 bool LogCapture::HasFragment(std::wstring_view fragment) const {
   const auto lines = Lines();
   return std::any_of(lines.begin(), lines.end(),
