@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/strings.h"
+#include "inject/fault_injector.h"
 #include "support/child_process.h"
 #include "support/directory_link.h"
 #include "support/log_capture.h"
@@ -86,11 +87,10 @@ TEST_F(WorkspaceTest, ThePlaceFollowsTheFreeSpaceOfTheSystemDrive) {
   }
 }
 
+// A drive that answers no free-space query, as a drive that is not ready.
 TEST_F(WorkspaceTest, NoPlaceWorkingFailsAndLeavesNothingToStage) {
-  TempDirectoryManager manager([](const std::wstring&, std::uint64_t&) {
-    ::SetLastError(ERROR_NOT_READY);
-    return false;
-  });
+  const ScopedFault notReady{L"GetDiskFreeSpaceExW", ERROR_NOT_READY};
+  TempDirectoryManager manager;
   EXPECT_FALSE(manager.Initialize(kRequired, false));
   EXPECT_EQ(log.Count(L"GetDiskFreeSpaceEx() 失败，错误码: 21"), 3u);
   EXPECT_TRUE(log.Has(L"[ERROR] 无法创建临时目录，所有策略都失败"));
