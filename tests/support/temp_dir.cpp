@@ -14,12 +14,17 @@
 namespace oru::test {
 namespace fs = std::filesystem;
 
-TempDir::TempDir() {
+namespace {
+
+std::wstring UniqueTempPath() {
   static std::atomic<unsigned> counter{0};
-  path_ = TempFolder() + L"\\oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++) +
-          L"_" + std::to_wstring(::GetTickCount());
-  fs::create_directories(fs::path(path_));
+  return TempFolder() + L"\\oru_test_" + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(counter++) +
+         L"_" + std::to_wstring(::GetTickCount());
 }
+
+}  // namespace
+
+TempDir::TempDir() : path_(UniqueTempPath()) { fs::create_directories(fs::path(path_)); }
 
 TempDir::~TempDir() { RemoveTree(path_); }
 
