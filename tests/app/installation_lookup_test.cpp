@@ -15,7 +15,7 @@
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 std::wstring KnownFolder(REFKNOWNFOLDERID id) {
@@ -34,33 +34,27 @@ void SetRecord(const std::wstring& path, const std::wstring& pv) {
 }
 
 // Each rule alone refuses, the record read as the entry reads it: it comes
-// back empty after one warning naming both values. What a refused record
-// would have led to is shown end to end, one row per kind of hazard.
+// back empty after one warning naming both values. One row per rule: every
+// spelling a rule refuses is PathRules'; what a refused record would have led
+// to is shown end to end, one row per kind of hazard.
 TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
-  const std::wstring local = test::LocalAppData(), app = local + L"\\Oru.stravo\\Application", pv = L"1.4.2.7";
+  const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application", pv = L"1.4.2.7";
   const std::wstring profile = KnownFolder(FOLDERID_Profile);
   wchar_t windows[MAX_PATH] = {};
   ::GetWindowsDirectoryW(windows, MAX_PATH);
   std::vector<std::pair<std::wstring, std::wstring>> rows = {
-      {L".", pv},
       {L"Oru.stravo\\Application", pv},
-      {L"..\\Application", pv},
       {app + L"\\..\\Application", pv},
       {L"\\\\?\\" + app, pv},
-      {L"\\\\.\\" + app, pv},
       {L"\\\\localhost\\C$" + app.substr(2), pv},
       {L"C:\\", pv},
-      {app, L"."},
       {app, L".."},
-      {app, L"1.0/../.."},
       {app, L"..\\..\\Other Vendor\\App"},
-      {app, L"1.0."},
-      {app, L"1.0 "},
       {app, L"a:b"},
   };
   for (const std::wstring& folder :
        {profile, std::filesystem::path(profile).parent_path().wstring(), profile + L"\\AppData", local,
-        KnownFolder(FOLDERID_RoamingAppData), test::TempFolder(), KnownFolder(FOLDERID_Desktop),
+        KnownFolder(FOLDERID_RoamingAppData), TempFolder(), KnownFolder(FOLDERID_Desktop),
         KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads), std::wstring(windows),
         KnownFolder(FOLDERID_ProgramFiles), KnownFolder(FOLDERID_ProgramFilesX86),
         KnownFolder(FOLDERID_ProgramFilesCommon)}) {
@@ -68,9 +62,9 @@ TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   }
   // Below a link to the folder of every profile, and the link on the way
   // to setup.exe: only where the path really leads gives either away.
-  test::DirectoryLink usersLink(local + L"\\Oru Users Link", std::filesystem::path(profile).parent_path().wstring());
-  const test::TempDir installation, elsewhere;
-  test::DirectoryLink versionLink(installation.Child(pv), elsewhere.path());
+  DirectoryLink usersLink(local + L"\\Oru Users Link", std::filesystem::path(profile).parent_path().wstring());
+  const TempDir installation, elsewhere;
+  DirectoryLink versionLink(installation.Child(pv), elsewhere.path());
   if (usersLink.Made() && versionLink.Made()) {
     rows.push_back({local + L"\\Oru Users Link\\" + std::filesystem::path(profile).filename().wstring(), pv});
     rows.push_back({installation.path(), pv});
@@ -78,7 +72,7 @@ TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   for (const auto& [path, version] : rows) {
     SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + path + L", pv " + version));
     SetRecord(path, version);
-    test::LogCapture log;
+    LogCapture log;
     const InstallationRecord record = ReadInstallationRecord();
     EXPECT_EQ(record.install_path + record.pv, L"");
     EXPECT_TRUE(log.HasFragment(L"Installation record refused, treated as missing: OruInstallPath \""));
@@ -90,4 +84,4 @@ TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

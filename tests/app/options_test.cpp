@@ -4,7 +4,7 @@
 
 #include "common/strings.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 struct Flags {
@@ -40,4 +40,4 @@ TEST(Options, EachOptionSetsOnlyItsFlagAndOnlyAsAWholeExactArgument) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 TEST(PathRules, NormalFormTurnsSlashesAndDropsTrailingSeparators) {
@@ -66,4 +66,4 @@ TEST(PathRules, SameOrInsideComparesWholeSegmentsIgnoringCase) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

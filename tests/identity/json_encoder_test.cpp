@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 TEST(JsonEncoder, EncodesMapsAsTheLibraryExpects) {
@@ -25,4 +25,4 @@ TEST(JsonEncoder, EncodesMapsAsTheLibraryExpects) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -12,12 +12,8 @@
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::ReadFileBytes;
-using test::TempDir;
 
 constexpr char kBom[] = "\xEF\xBB\xBF";
 constexpr char kFileHeader[] = "=== ORU Setup Log ===\n";
@@ -39,7 +35,9 @@ LogPlacement RunLog(
   return CloseLogFile();
 }
 
-TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
+// Each run appends to the one log beside the executable under a session
+// header; of the run's log only a byte-order mark at its start is dropped.
+TEST(LogRelocationTest, RunsAppendToOneLogBesideTheExecutable) {
   TempDir temp;
   TempDir executable;
   const std::wstring finalLog = executable.Child(L"oru_uninstall.log");
@@ -49,61 +47,42 @@ TEST(LogRelocationTest, TwoRunsLeaveOneLogBesideTheExecutable) {
   EXPECT_TRUE(second.moved);
   EXPECT_EQ(second.path, finalLog);
   EXPECT_FALSE(Exists(temp.Child(L"oru_uninstall.log")));
+  ASSERT_TRUE(AppendLogToExisting(temp.WriteFile(L"run.log", "abcdef\n"), finalLog));
+  EXPECT_FALSE(Exists(temp.Child(L"run.log")));
 
-  const std::string expected =
-      std::string(kBom) + kFileHeader + kLine + "first run\n" + kSessionHeader + kFileHeader + kLine + "second run\n";
+  const std::string expected = std::string(kBom) + kFileHeader + kLine + "first run\n" + kSessionHeader + kFileHeader +
+                               kLine + "second run\n" + kSessionHeader + "abcdef\n";
   const std::string content = ReadFileBytes(finalLog);
   EXPECT_TRUE(std::regex_match(content, std::regex(expected))) << content;
-
-  // The log's name holds "install" (in "uninstall"), hence the install value.
-  EXPECT_EQ(std::wstring(LogPathValueName(L"oru_uninstall.log")), L"OruInstallLogPath");
   // With the run-time log gone there is nothing to append, and nothing changes.
-  EXPECT_FALSE(AppendLogToExisting(temp.Child(L"oru_uninstall.log"), finalLog));
+  EXPECT_FALSE(AppendLogToExisting(temp.Child(L"run.log"), finalLog));
   EXPECT_EQ(ReadFileBytes(finalLog), content);
 }
 
-// A run-time log without a byte-order mark loses none of its bytes; one with
-// it (TwoRuns above) loses only the mark.
-TEST(LogRelocationTest, ALogWithoutAByteOrderMarkIsAppendedWhole) {
-  TempDir dir;
-  const std::wstring target = dir.WriteFile(L"final.log", std::string(kBom) + "older\n");
-  const std::wstring run = dir.WriteFile(L"run.log", "abcdef\n");
-  ASSERT_TRUE(AppendLogToExisting(run, target));
-  const std::string content = ReadFileBytes(target);
-  EXPECT_TRUE(std::regex_match(content, std::regex(std::string(kBom) + "older\n" + kSessionHeader + "abcdef\n")))
-      << content;
-  EXPECT_FALSE(Exists(run));
-}
-
-TEST(LogRelocationTest, AFinalDirectoryThatCannotBeWrittenLeavesTheLogWhereItWas) {
+// A log that cannot go where it should (a file stands where a folder on the
+// final path should be) stays where it was; one that may be read but not
+// moved (held open without delete sharing) is copied. Either way the answer
+// names the file that holds the run's log.
+TEST(LogRelocationTest, TheAnswerNamesWhereTheLogReallyIs) {
   TempDir temp;
   TempDir executable;
-  // A file where a folder on the final path should be: nothing can go there.
-  const std::wstring blocked = executable.WriteFile(L"blocked") + L"\\final";
-
-  const LogPlacement kept = RunLog(temp.path(), blocked, L"kept line");
-  const std::string content = ReadFileBytes(temp.Child(L"oru_uninstall.log"));
-  EXPECT_NE(content.find("kept line\n"), std::string::npos);
-  EXPECT_EQ(content.rfind(kBom, 0), 0u);
-  // The answer names where this run's log really is.
-  EXPECT_EQ(kept.path, temp.Child(L"oru_uninstall.log"));
+  const LogPlacement kept = RunLog(temp.path(), executable.WriteFile(L"blocked") + L"\\final", L"kept line");
   EXPECT_FALSE(kept.moved);
-}
+  EXPECT_EQ(kept.path, temp.Child(L"oru_uninstall.log"));
+  const std::string content = ReadFileBytes(kept.path);
+  EXPECT_EQ(content.rfind(kBom, 0), 0u);
+  EXPECT_NE(content.find("kept line\n"), std::string::npos);
 
-// A run-time log that may be read but not moved (held open without delete
-// sharing) is copied instead, and the copy is what the record names.
-TEST(LogRelocationTest, ALogThatCannotBeMovedIsCopied) {
-  TempDir temp;
-  TempDir executable;
+  TempDir held;
   UniqueFile reader;
-  const LogPlacement copied = RunLog(temp.path(), executable.path(), L"copied line", [&] {
-    reader.reset(::CreateFileW(temp.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
+  const LogPlacement copied = RunLog(held.path(), executable.path(), L"copied line", [&] {
+    reader.reset(::CreateFileW(held.Child(L"oru_uninstall.log").c_str(), GENERIC_READ,
                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
   });
   ASSERT_TRUE(reader);
-  EXPECT_NE(ReadFileBytes(executable.Child(L"oru_uninstall.log")).find("copied line\n"), std::string::npos);
   EXPECT_EQ(copied.path, executable.Child(L"oru_uninstall.log"));
+  EXPECT_NE(ReadFileBytes(copied.path).find("copied line\n"), std::string::npos);
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

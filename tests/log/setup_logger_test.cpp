@@ -5,30 +5,29 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::ReadFileBytes;
-using test::TempDir;
 
 constexpr char kHeaderBytes[] = "\xEF\xBB\xBF=== ORU Setup Log ===\n";
 
-// A failed init (no such folder) does not count; after a successful one a
-// second changes nothing; nothing before the first or after the close lands.
-TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensAFileAndOnlyUntilItIsClosed) {
+// A failed init does not count: no such folder, or a file already there,
+// which may be a link to anything and so is neither emptied nor appended to.
+// After a successful one a second changes nothing; nothing before the first
+// or after the close lands.
+TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensANewFileAndOnlyUntilItIsClosed) {
   TempDir dir;
   TempDir other;
+  const std::wstring earlier = dir.WriteFile(L"earlier.log", "left over from an earlier run\n");
   auto& logger = SetupLogger::Instance();
   LogInfo(L"too early");
   logger.InitLog(dir.Child(L"no\\such\\dir"), L"run.log");
+  EXPECT_FALSE(logger.InitLog(dir.path(), L"earlier.log"));
   LogInfo(L"nowhere to go");
   logger.InitLog(dir.path(), L"run.log");
   logger.InitLog(other.path(), L"b.log");
@@ -37,19 +36,10 @@ TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensAFileAndOnlyUntilItIsClosed) {
   LogInfo(L"too late");
 
   EXPECT_FALSE(Exists(other.Child(L"b.log")));
+  EXPECT_EQ(ReadFileBytes(earlier), "left over from an earlier run\n");
   const std::string bytes = ReadFileBytes(dir.Child(L"run.log"));
   EXPECT_NE(bytes.find(" in time\n"), std::string::npos);
   for (const char* lost : {"too early", "nowhere", "too late"}) EXPECT_EQ(bytes.find(lost), std::string::npos) << lost;
-}
-
-// A file already there may be a link to anything: it is never opened for
-// writing, neither emptied nor appended to.
-TEST(SetupLogger, AnExistingFileIsNeverOpened) {
-  TempDir dir;
-  dir.WriteFile(L"run.log", "left over from an earlier run\n");
-  EXPECT_FALSE(SetupLogger::Instance().InitLog(dir.path(), L"run.log"));
-  LogInfo(L"not written");
-  EXPECT_EQ(ReadFileBytes(dir.Child(L"run.log")), "left over from an earlier run\n");
 }
 
 // The run-time log folder is shared by every run: an earlier run's log there
@@ -57,9 +47,8 @@ TEST(SetupLogger, AnExistingFileIsNeverOpened) {
 // its banner, the notice after it.
 TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
   const std::wstring name = L"leftover_" + std::to_wstring(::GetCurrentProcessId()) + L".log";
-  const std::wstring folder = test::TempFolder() + L"\\OruSetupLogs";
-  ::CreateDirectoryW(folder.c_str(), nullptr);
-  std::ofstream(std::filesystem::path(folder + L"\\" + name), std::ios::binary) << "the earlier run\n";
+  const std::wstring folder = TempFolder() + L"\\OruSetupLogs";
+  ASSERT_TRUE(WriteFileAt(folder + L"\\" + name, "the earlier run\n"));
 
   InitSetupLog(name, L"== banner ==");
   LogInfo(L"this run");
@@ -82,4 +71,4 @@ TEST(SetupLogger, AnEarlierRunsLogIsRenamedAsideNotEmptied) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -8,29 +8,24 @@
 #include "support/log_capture.h"
 #include "support/reboot_list.h"
 #include "support/temp_dir.h"
+#include "support/test_paths.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::LogCapture;
-using test::TempDir;
 
 // Wine carries out and clears the reboot operations on any wineboot, so
 // they are read back at once.
 bool IsPendingDeletion(std::wstring path) {
   // Recorded as the system resolves it: without a doubled separator.
   for (size_t at; (at = path.find(L"\\\\")) != std::wstring::npos;) path.erase(at, 1);
-  return test::PendingRenames().find(L"\\??\\" + path + L'\0') != std::wstring::npos;
+  return PendingRenames().find(L"\\??\\" + path + L'\0') != std::wstring::npos;
 }
 
 // Pins the tick and random value, so temporary names are known in advance:
 // the returned prefix plus the rest of each name.
 std::wstring PinTempNames() {
   SetTempNameSourcesForTesting([] { return 5012345ul; }, [] { return 41; });
-  std::wstring dir(MAX_PATH, L'\0');
-  dir.resize(::GetTempPathW(MAX_PATH, dir.data()));
-  return dir + L"\\oru_del_";  // the temporary path's own backslash and one more
+  return TempFolder() + L"\\\\oru_del_";  // the temporary path's own backslash and one more
 }
 
 // Read-only files refuse deletion (5) but can be renamed into the temporary
@@ -72,15 +67,13 @@ TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName
   ::DeleteFileW(fallback.c_str());
 }
 
-// Only a file in use is retried (200 + 400 + 600 + 800 ms); any other
-// failure goes straight to the reboot. Access denied (5) counts as in use
-// too, but no move here can fail with it: Wine as root never refuses one,
-// so only Windows can show that half of the rule. Either way the original is registered.
-// The waits are bounded both ways: a longer or an extra pause fails too.
+// Only a file in use (or denied: FaultInjection.MoveDenied) is retried,
+// 200 + 400 + 600 + 800 ms; any other failure goes straight to the reboot,
+// which registers the original. A longer or an extra pause fails too.
 TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReboot) {
   TempDir dir;
   const std::wstring locked = dir.WriteFile(L"locked.dat");
-  test::ChildProcess holder = test::ChildProcess::HoldFile(locked);
+  ChildProcess holder = ChildProcess::HoldFile(locked);
   ASSERT_TRUE(holder.Running());
   const struct {
     std::wstring file;
@@ -113,4 +106,4 @@ TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReb
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

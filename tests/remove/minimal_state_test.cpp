@@ -4,7 +4,7 @@
 
 #include "common/strings.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
 // "name\" is a folder, "name@" a link, anything else a file.
@@ -57,4 +57,4 @@ TEST(MinimalState, EveryDeviationFailsItsLevelWithItsReason) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

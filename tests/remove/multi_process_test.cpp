@@ -12,12 +12,8 @@
 #include "sys/process.h"
 #include "sys/system_directory.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::Exists;
-using test::LogCapture;
-using test::TempDir;
 
 std::wstring Quoted(const std::wstring& path) { return L"\"" + path + L"\""; }
 
@@ -59,13 +55,13 @@ TEST(ChildCommandRefusal, SearchedProgramsAndPercentForCmdAreRefused) {
 }
 
 // The real cmd.exe, on a read-only file (the last resort must not stop at
-// that) whose path has an apostrophe cmd copes with; the folder the file
-// deletion emptied goes too, and the climb stops at ours.
+// that) whose path has an apostrophe cmd copes with; the folders the file
+// deletion emptied go too, and the climb stops at the first that holds something.
 TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {
   RunWorkingFolder working;
   TempDir dir;
   dir.WriteFile(L"keep.txt");
-  const std::wstring file = dir.WriteFile(L"sub\\it's.txt");
+  const std::wstring file = dir.WriteFile(L"sub\\deeper\\it's.txt");
   ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
   dir.WriteFile(L"tree\\a\\b\\f.txt");
   LogCapture log;
@@ -84,8 +80,8 @@ TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangin
   TempDir dir;
   const std::wstring target = dir.WriteFile(L"target.txt");
   const std::wstring hangName = L"hang_" + std::to_wstring(::GetCurrentProcessId()) + L".exe";
-  const std::wstring hanging = test::CopyHelperAs(dir.Child(hangName));
-  const std::wstring first = Quoted(test::BinFile(L"helper_proc.exe")) + L" exit 0";
+  const std::wstring hanging = CopyHelperAs(dir.Child(hangName));
+  const std::wstring first = Quoted(BinFile(L"helper_proc.exe")) + L" exit 0";
   const std::wstring second = Quoted(hanging) + L" sleep 60000";
   LogCapture log;
   const DWORD started = ::GetTickCount();
@@ -113,22 +109,8 @@ TEST(RunChildProcess, RunsInTheRunsWorkingFolderAndNotWithoutOne) {
   EXPECT_FALSE(Exists(out.Child(L"cwd.txt")));
   RunWorkingFolder working;
   EXPECT_EQ(RunChildProcess(command, 5000, kDeleteFileOperation), 0u);
-  EXPECT_EQ(test::ReadFileBytes(out.Child(L"cwd.txt")), WideToUtf8(working.dir.path()) + "\r\n");
-}
-
-TEST(DeleteEmptyParentDirectory, ClimbsUntilTheFirstFolderThatHoldsSomething) {
-  TempDir dir;
-  dir.MakeDir(L"a\\b\\c");
-  dir.WriteFile(L"a\\keep.txt");
-  LogCapture log;
-  DeleteEmptyParentDirectory(dir.Child(L"a\\b\\c\\deleted.txt"));
-  EXPECT_FALSE(Exists(dir.Child(L"a\\b")));
-  EXPECT_TRUE(Exists(dir.Child(L"a\\keep.txt")));
-  EXPECT_EQ(log.Lines().back(), L"Parent directory is not empty, skipping deletion: " + dir.Child(L"a"));
-  // A bare file name has no folder to climb from.
-  DeleteEmptyParentDirectory(L"setup.exe");
-  EXPECT_EQ(log.Lines().back(), L"No parent directory found for file: setup.exe");
+  EXPECT_EQ(ReadFileBytes(out.Child(L"cwd.txt")), WideToUtf8(working.dir.path()) + "\r\n");
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

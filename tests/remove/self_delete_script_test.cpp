@@ -3,20 +3,16 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "inject/fault_injector.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "sys/child_process.h"
 #include "sys/system_directory.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
-using test::TempDir;
-
-// A listing that breaks off before its end does not qualify either; no
-// folder here can be made to break off (a share or volume going away
-// mid-listing), so only Windows shows it.
-TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseQualify) {
+TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseUpTo256CharactersQualify) {
   const struct {
     const char* name;
     std::vector<std::wstring> folders;
@@ -37,17 +33,17 @@ TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseQualify) {
     for (const auto& file : c.files) dir.WriteFile(file);
     EXPECT_EQ(NeedsSelfDeleteUninstall(dir.path()), c.expected);
   }
-}
-
-// The same qualifying directory, named by 256 characters and by 257 (a
-// trailing backslash the listing would accept): only the length differs.
-TEST(NeedsSelfDeleteUninstall, PathOver256CharactersNeverQualifies) {
+  // The same qualifying directory, named by 256 characters and by 257 (a
+  // trailing backslash the listing would accept): only the length differs.
   TempDir dir;
   const std::wstring install = dir.MakeDir(std::wstring(256 - dir.path().size() - 1, L'p'));
   ASSERT_EQ(install.size(), 256u);
   ASSERT_TRUE(::CreateDirectoryW((install + L"\\uninstall").c_str(), nullptr));
   EXPECT_TRUE(NeedsSelfDeleteUninstall(install));
   EXPECT_FALSE(NeedsSelfDeleteUninstall(install + L"\\"));
+  // Nor does one whose listing breaks off before its end (a share gone away).
+  const ScopedFault brokenOff{L"FindNextFileW", ERROR_NETNAME_DELETED, 1};
+  EXPECT_FALSE(NeedsSelfDeleteUninstall(install));
 }
 
 // Running it is proven end to end, where Wine's cmd forgives what Windows'
@@ -55,7 +51,7 @@ TEST(NeedsSelfDeleteUninstall, PathOver256CharactersNeverQualifies) {
 TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   TempDir dir;
   ASSERT_TRUE(WriteSelfDeleteScript(dir.Child(L"_deldir.bat")));
-  EXPECT_EQ(test::ReadFileBytes(dir.Child(L"_deldir.bat")),
+  EXPECT_EQ(ReadFileBytes(dir.Child(L"_deldir.bat")),
             "\xEF\xBB\xBF@echo off\r\ntimeout /t 2 /nobreak >nul\r\ncd /d \"%~2\"\r\n"
             "rd /s /q \"%~1\" & rd /s /q \"%~3\" & cd /d \"%~dp2\" & rd \"%~2\"\r\ndel \"%~f0\" >nul 2>nul\r\n");
   // Started by the system's cmd, which drops the outer quotes after /C; the
@@ -66,4 +62,4 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -14,14 +14,16 @@ class EventCapture {
  public:
   EventCapture() : start_(EventReporter::GetInstance().PendingEvents().size()) {}
 
-  [[nodiscard]] std::vector<EventReporter::PendingEvent> Events() const {
+  // Each event as "name key=value ...", its parameters in key order.
+  [[nodiscard]] std::vector<std::string> Events() const {
     const auto& all = EventReporter::GetInstance().PendingEvents();
-    return {all.begin() + static_cast<long>(start_), all.end()};
-  }
-  [[nodiscard]] std::vector<std::string> Names() const {
-    std::vector<std::string> names;
-    for (const auto& event : Events()) names.push_back(event.name);
-    return names;
+    std::vector<std::string> events;
+    for (auto event = all.begin() + static_cast<long>(start_); event != all.end(); ++event) {
+      std::string text = event->name;
+      for (const auto& [key, value] : event->params) text += " " + key + "=" + value;
+      events.push_back(text);
+    }
+    return events;
   }
 
  private:

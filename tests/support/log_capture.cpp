@@ -13,18 +13,9 @@
 #include "support/test_paths.h"
 
 namespace oru::test {
-namespace {
 
 // Length of "YYYY-MM-DD hh:mm:ss.mmm " at the start of every line.
 constexpr size_t kTimestampLength = 24;
-
-long long FileSize(const std::wstring& path) {
-  std::error_code ec;
-  const auto size = std::filesystem::file_size(path, ec);
-  return ec ? 0 : static_cast<long long>(size);
-}
-
-}  // namespace
 
 std::string ReadFileBytes(const std::wstring& path) {
   std::ifstream in(std::filesystem::path(path), std::ios::binary);
@@ -39,14 +30,13 @@ LogCapture::LogCapture() {
     logger.InitLog(directory, L"test_" + std::to_wstring(::GetCurrentProcessId()) + L".log");
   }
   path_ = logger.LogPath();
-  start_ = FileSize(path_);
+  start_ = ReadFileBytes(path_).size();
 }
 
 std::vector<std::wstring> LogCapture::Lines() const {
   const std::string bytes = ReadFileBytes(path_);
+  std::istringstream in(bytes.size() > start_ ? bytes.substr(start_) : std::string());
   std::vector<std::wstring> lines;
-  if (static_cast<long long>(bytes.size()) <= start_) return lines;
-  std::istringstream in(bytes.substr(static_cast<size_t>(start_)));
   std::string line;
   while (std::getline(in, line)) {
     std::wstring wide = Utf8ToWide(line);
@@ -54,8 +44,6 @@ std::vector<std::wstring> LogCapture::Lines() const {
   }
   return lines;
 }
-
-bool LogCapture::Has(std::wstring_view line) const { return Count(line) > 0; }
 
 bool LogCapture::HasFragment(std::wstring_view fragment) const {
   const auto lines = Lines();

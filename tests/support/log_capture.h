@@ -17,7 +17,7 @@ class LogCapture {
   // Messages logged since construction, without their timestamps.
   [[nodiscard]] std::vector<std::wstring> Lines() const;
   // True when some line equals `line` exactly.
-  [[nodiscard]] bool Has(std::wstring_view line) const;
+  [[nodiscard]] bool Has(std::wstring_view line) const { return Count(line) > 0; }
   // True when some line contains `fragment`.
   [[nodiscard]] bool HasFragment(std::wstring_view fragment) const;
   // Number of lines equal to `line`.
@@ -25,7 +25,7 @@ class LogCapture {
 
  private:
   std::wstring path_;
-  long long start_ = 0;
+  size_t start_ = 0;
 };
 
 // The raw bytes of a file; empty when it cannot be read.

@@ -4,10 +4,8 @@
 
 #include "support/log_capture.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::LogCapture;
 
 // Each test program works under a key of its own, so runs never collide.
 std::wstring TestKey() { return L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId()); }
@@ -34,4 +32,4 @@ TEST(RegistryTest, WritesLogTheKeyThenTheValueAndATreeIsDeletedOnce) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -5,13 +5,11 @@
 #include "support/log_capture.h"
 #include "support/test_paths.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
 
-using test::LogCapture;
-
 TEST(VersionInfo, ReadsTheUninstallersOwnResourceAndExplainsWhatIsMissing) {
-  VersionInfoReader reader(test::BinFile(L"oru_uninstall.exe"));
+  VersionInfoReader reader(BinFile(L"oru_uninstall.exe"));
   ASSERT_TRUE(reader.Load());
   EXPECT_EQ(reader.GetProductVersion(), L"" ORU_PROJECT_VERSION);
   EXPECT_EQ(reader.GetField(L"ProductName"), L"Oru.stravo");
@@ -21,8 +19,8 @@ TEST(VersionInfo, ReadsTheUninstallersOwnResourceAndExplainsWhatIsMissing) {
 
   // The test programs carry no version resource of their own.
   EXPECT_EQ(GetOwnProductVersion(), "unknown");
-  EXPECT_TRUE(log.HasFragment(L"[WARNING] VersionInfoReader: 无法获取版本信息大小，文件: " + test::BinDir()));
+  EXPECT_TRUE(log.HasFragment(L"[WARNING] VersionInfoReader: 无法获取版本信息大小，文件: " + BinDir()));
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -10,10 +10,8 @@
 #include "support/temp_dir.h"
 #include "workspace/component_staging.h"
 
-namespace oru {
+namespace oru::test {
 namespace {
-
-using test::TempDir;
 
 // Any two of the five libraries are enough; a file another process holds
 // open is tried three times, then counted as failed.
@@ -25,7 +23,7 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   ASSERT_TRUE(workspace.Initialize(0, false));
   const auto staged = [&](const std::wstring& name) { return workspace.GetTavrinDirectory() + L"\\" + name; };
   // A read-only copy left by an earlier attempt is replaced.
-  ASSERT_TRUE(test::WriteFileAt(staged(L"dorvid.dll"), "stale"));
+  ASSERT_TRUE(WriteFileAt(staged(L"dorvid.dll"), "stale"));
   ::SetFileAttributesW(staged(L"dorvid.dll").c_str(), FILE_ATTRIBUTE_READONLY);
   const struct {
     bool firstLocked;
@@ -41,13 +39,13 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
     SCOPED_TRACE(c.names.size());
     TempDir installed;
     for (const auto& name : c.names) installed.WriteFile(L"1.0\\" + name, WideToUtf8(name));
-    test::ChildProcess holder;
-    if (c.firstLocked) holder = test::ChildProcess::HoldFile(installed.Child(L"1.0\\" + c.names[0]));
-    test::LogCapture log;
+    ChildProcess holder;
+    if (c.firstLocked) holder = ChildProcess::HoldFile(installed.Child(L"1.0\\" + c.names[0]));
+    LogCapture log;
 
     EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), c.enough);
     for (size_t i = c.firstLocked ? 1 : 0; i < c.names.size(); ++i) {
-      EXPECT_EQ(test::ReadFileBytes(staged(c.names[i])), WideToUtf8(c.names[i]));
+      EXPECT_EQ(ReadFileBytes(staged(c.names[i])), WideToUtf8(c.names[i]));
     }
     EXPECT_EQ(log.Count(L"    CopyFile 失败，错误码: 32"), c.firstLocked ? 3u : 0u);
     EXPECT_TRUE(c.summary != nullptr ? log.Has(c.summary)
@@ -56,4 +54,4 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
 }
 
 }  // namespace
-}  // namespace oru
+}  // namespace oru::test

@@ -36,8 +36,6 @@ void FillResult(unsigned char* result, const std::string& d36) {
   for (int i = 0; i < 6; ++i) result[kD36Size + i] = static_cast<unsigned char>(0xA0 + i);
 }
 
-// Answers on the caller's thread, or with DORVID_STUB_ASYNC from a thread of
-// its own, which then signals ORU_DORVID_DONE_EVENT.
 void Answer(ResultCallback callback, const std::string& d36) {
   unsigned char result[kResultSize];
   FillResult(result, d36);
