@@ -227,8 +227,8 @@ TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
   }
 }
 
-// A standard user, after an earlier run that was cut short: its workspace
-// and working folders are still there. A failed browser uninstall (20)
+// After an earlier run that was cut short: its workspace and working folders
+// are still there. A failed browser uninstall (20)
 // leaves setup.exe behind; the clean-up removes it, and the script the rest,
 // the earlier run's folders gone with the sweep.
 TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
@@ -238,8 +238,6 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
         LocalAppData() + L"\\OruSetup\\Temp_99991_cwd\\"}) {
     ASSERT_TRUE(WriteFileAt(stale + L"x"));
   }
-  RebootSchedulingDenied standardUser;
-  ASSERT_TRUE(standardUser.Applied());
   // The path recorded as a hand-edited registry may hold it, with forward
   // slashes and a trailing separator: its normal form reaches every step.
   std::wstring recorded = install.installPath + L"/";
@@ -276,6 +274,7 @@ TEST(EndToEnd, FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript) {
 // uninstaller and in the folder it is started from never run: only the
 // system's do. The plants are tripwires whose trace is a sentinel.
 TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) {
+  ::SetEnvironmentVariableW(L"ORU_E2E_UNINSTALLER", BinFile(L"oru_uninstall_injected.exe").c_str());
   StageOptions options;
   options.leftoversOnly = true;
   StagedInstall install(options);
@@ -290,12 +289,12 @@ TEST(StandardUser, ALockedSetupTakesTheWholeFallbackChainAndChangesNothingElse) 
   }
   ChildProcess holder = ChildProcess::HoldFile(install.setupExe);
   ASSERT_TRUE(holder.valid());
-  RebootSchedulingDenied denied;
-  ASSERT_TRUE(denied.Applied());
-  ASSERT_FALSE(::MoveFileExW(install.setupExe.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT));
   const std::wstring pendingBefore = PendingRenames();
 
-  const DWORD exitCode = install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}});
+  // Windows refuses a standard user's scheduling with access denied; Wine
+  // lets everybody schedule, so the refusal is injected.
+  const DWORD exitCode =
+      install.Run(L"--silent-oru", {{L"ORU_TRIPWIRE_TRACE", trace}, {L"ORU_FAULT", L"MoveFileExW:5:*:setup.exe"}});
 
   EXPECT_EQ(exitCode, 0u);
   EXPECT_TRUE(install.SentinelsIntact());
