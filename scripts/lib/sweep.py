@@ -15,6 +15,7 @@ and the self-deleting script, when it started, must have finished.
 Prints one table: scenario, calls failed, runs, violations, then each
 violation with the call, the error and what broke."""
 import os
+import shutil
 import subprocess
 import sys
 import time
@@ -69,7 +70,7 @@ CLAUSES = [
     ("CreateToolhelp32Snapshot", None, "", "Failed to create process snapshot."),
     ("GetDiskFreeSpaceExW", None, "", "GetDiskFreeSpaceEx() 失败，错误码: {error}"),
     ("CreateProcessW", None, "\\Installer\\setup.exe", "Failed to create uninstall process, error code: {error}"),
-    ("LoadLibraryExW", None, "", "DllLoader: 加载 DLL 失败: {path}, 错误码: {error}"),
+    ("LoadLibraryExW", None, "\\tavrin\\", "DllLoader: 加载 DLL 失败: {path}, 错误码: {error}"),
     ("CreateMutexW", 5, "", "Another uninstaller is running; this one leaves everything to it"),
     ("CreateDirectoryW", None, "\\OruSetup_", "    CreateDirectory() 失败，错误码: {error}"),
     ("GetProcAddress", None, "RtlGetVersion", "Failed to get RtlGetVersion function"),
@@ -207,9 +208,13 @@ def run_once(bin_dir, scenario, fault="", record="", path=""):
 
 def main(args):
     bin_dir, sample = args[0], "--sample" in args
+    # The process that holds a file open runs from inside the prefix.
+    os.makedirs(os.path.join(PREFIX, "drive_c", "sweep_bin"), exist_ok=True)
+    shutil.copy(os.path.join(bin_dir, "helper_proc.exe"), os.path.join(PREFIX, "drive_c", "sweep_bin"))
     record_win = "C:\\sweep_calls.txt"
     rows, findings = [], []
-    for scenario in SCENARIOS:
+    only = args[args.index("--only") + 1] if "--only" in args else ""
+    for scenario in [name for name in SCENARIOS if only in name]:
         record = unix(record_win)
         if os.path.exists(record):
             os.remove(record)
@@ -230,7 +235,7 @@ def main(args):
             plans += [(function, e, occurrence, path) for e in (errors[:1] if sample else errors)]
         violations = 0
         for number, (function, error, occurrence, path) in enumerate(plans, 1):
-            if sys.stderr.isatty():
+            if sys.stderr.isatty() or number % 100 == 0:
                 print(f"  {scenario}: run {number}/{len(plans)}", file=sys.stderr, flush=True)
             broke = run_once(bin_dir, scenario, fault=f"{function}:{error}:{occurrence}", path=path)
             if broke:

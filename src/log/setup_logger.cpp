@@ -141,7 +141,13 @@ void SetupLogger::LogDebugInter(std::wstring_view message) {
     }
     const std::string bytes = WideToUtf8(line);
     logStream.write(bytes.data(), bytes.size());
-    if (!logStream.good()) EmitDebug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
+    if (!logStream.good()) {
+      EmitDebug({L"[LogDebugInter] 警告：写入后流状态异常！\n"});
+      // One line the system would not take (a full disk, a volume gone for
+      // a moment) must not silence the rest of the run: that line went to
+      // the debugger channel above, and the next one is tried again.
+      logStream.clear();
+    }
     // Each write goes straight to the system, unbuffered: a crash loses nothing.
   } catch (const std::exception& e) {
     EmitDebug({L"[LogDebugInter] 捕获 std::exception: ", Utf8ToWide(e.what()), L"\n"});

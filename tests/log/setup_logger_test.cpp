@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "inject/fault_injector.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "support/test_paths.h"
@@ -19,7 +20,7 @@ constexpr char kHeaderBytes[] = "\xEF\xBB\xBF=== ORU Setup Log ===\n";
 // A failed init does not count: no such folder, or a file already there,
 // which may be a link to anything and so is neither emptied nor appended to.
 // After a successful one a second changes nothing; nothing before the first
-// or after the close lands.
+// or after the close lands, and a write that fails loses its line alone.
 TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensANewFileAndOnlyUntilItIsClosed) {
   TempDir dir;
   TempDir other;
@@ -31,6 +32,11 @@ TEST(SetupLogger, OnlyTheFirstSuccessfulInitOpensANewFileAndOnlyUntilItIsClosed)
   LogInfo(L"nowhere to go");
   logger.InitLog(dir.path(), L"run.log");
   logger.InitLog(other.path(), L"b.log");
+  {
+    // A line the disk would not take is lost alone, not the rest of the run.
+    const ScopedFault diskFull{L"WriteFile", ERROR_DISK_FULL, 1};
+    LogInfo(L"nowhere on a full disk");
+  }
   LogInfo(L"in time");
   (void)logger.CloseLogFile();
   LogInfo(L"too late");
