@@ -32,7 +32,9 @@ start_wine_prefix() {
   mkdir -p "$WINEPREFIX/drive_c" "$WINEPREFIX/dosdevices"
   ln -sfn ../drive_c "$WINEPREFIX/dosdevices/c:"
   wineserver -p >/dev/null 2>&1 </dev/null &
-  wine wineboot -i >/dev/null 2>&1 </dev/null
+  # Its status says little on a loaded machine: the system files, checked
+  # below, say whether the prefix is there.
+  wine wineboot -i >/dev/null 2>&1 </dev/null || true
   # On a loaded machine the first boot has been seen to leave a prefix
   # without its system files ("could not load kernel32.dll"): boot again.
   local attempt
@@ -41,7 +43,8 @@ start_wine_prefix() {
     sleep 1
     wine wineboot -u >/dev/null 2>&1 </dev/null
   done
-  wine winecfg -v win10 >/dev/null 2>&1 </dev/null
+  wine winecfg -v win10 >/dev/null 2>&1 </dev/null || wine winecfg -v win10 >/dev/null 2>&1 </dev/null ||
+    echo "start_wine_prefix: winecfg failed twice; the prefix may not report Windows 10" >&2
   seal_wine_prefix
 }
 

@@ -52,13 +52,27 @@ SCENARIOS = {
     # A standard user may not schedule deletions for the reboot, and setup.exe
     # is held open by another process: every fallback is taken and fails.
     "standard user, setup.exe locked": {"ORU_FAULT": "MoveFileExW:5:*:setup.exe"},
+    # The application runs, and the user asked for it to be closed.
+    "running application, --force": {"ORU_SETUP_STUB_EXIT_CODE": "19", "ORU_SETUP_STUB_REGISTRATION": "remove",
+                                     "ORU_SETUP_STUB_REMOVE_FILES": "1"},
 }
-HELD = {"standard user, setup.exe locked": "1.4.2.7/Installer/setup.exe"}
+ARGS = {"running application, --force": "--silent-oru --force"}
+
+
+def companion(scenario, app):
+    """What runs beside the uninstaller (a wine command line), or nothing."""
+    if scenario.startswith("standard user"):
+        return f'"$BIN\\helper_proc.exe" hold "$(winepath -w "{app}/1.4.2.7/Installer/setup.exe")" oru_sweep'
+    if scenario.startswith("running application"):
+        return '"$BIN\\oru.stravo.exe" sleep 60000'
+    return ""
 TIME_LIMIT = 90
 # The line each failure must leave, wherever the failing call is made: the
 # function, the error (None: any), a text the call's path holds, and the line
-# ({path} and {error} filled in). Lines written after the log is closed reach
-# the debugger channel only.
+# ({path}, its file {name} and {error} filled in; the first row that fits
+# counts). A workspace's path names the process that made it, so a line is
+# held against the file's name where the path would differ from run to run.
+# Lines written after the log is closed reach the debugger channel only.
 CLAUSES = [
     ("RegOpenKeyExW", None, "", "Failed to open registry key: {path}"),
     ("RegQueryValueExW", 2, "", "Registry value not found: {path}"),
@@ -68,14 +82,20 @@ CLAUSES = [
     ("RegCreateKeyExW", 5, "", "HKEY_CURRENT_USER\\{path}拒绝访问（权限不足）"),
     ("RegSetValueExW", 5, "", "\\{path}拒绝访问（权限不足）"),
     ("CreateToolhelp32Snapshot", None, "", "Failed to create process snapshot."),
+    ("OpenProcess", None, "", "Failed to open process for termination: oru.stravo.exe"),
+    ("TerminateProcess", None, "", "Failed to terminate process: oru.stravo.exe"),
     ("GetDiskFreeSpaceExW", None, "", "GetDiskFreeSpaceEx() 失败，错误码: {error}"),
     ("CreateProcessW", None, "\\Installer\\setup.exe", "Failed to create uninstall process, error code: {error}"),
-    ("LoadLibraryExW", None, "\\tavrin\\", "DllLoader: 加载 DLL 失败: {path}, 错误码: {error}"),
+    ("LoadLibraryExW", None, "\\dorvid.dll", "初始化 DorvidSDK 失败！返回码: 4"),
+    ("LoadLibraryExW", None, "\\tavrin\\", "\\{name}, 错误码: {error}"),
     ("CreateMutexW", 5, "", "Another uninstaller is running; this one leaves everything to it"),
+    ("CreateDirectoryW", None, "\\tavrin\\tavrin", "\\tavrin\\tavrin, error: {error}"),
     ("CreateDirectoryW", None, "\\OruSetup_", "    CreateDirectory() 失败，错误码: {error}"),
     ("GetProcAddress", None, "RtlGetVersion", "Failed to get RtlGetVersion function"),
     ("GetProcAddress", None, "TV_InitSDK", "获取 Tavrin SDK 函数指针失败!"),
 ]
+# The run's last lines: a write that fails loses its own line, never both.
+LOG_ENDINGS = ("Exiting uninstaller, temp directory will be cleaned up...", "开始清理临时目\ufffd?..")
 # Without a log file every line still reaches the debugger channel: one of
 # these ends a run there.
 DEBUGGER_ENDINGS = ("Exiting uninstaller, temp directory will be cleaned up...",
@@ -139,9 +159,9 @@ def missing_clause(fault, path, log, debugger):
     function, error = fault.split(":")[0], int(fault.split(":")[1])
     for name, wanted, holds, line in CLAUSES:
         if name == function and wanted in (None, error) and holds.lower() in path.lower():
-            text = line.format(path=path, error=error)
-            if text not in log and plain(text) not in plain(debugger.replace("\\\\", "\\")):
-                return text
+            text = line.format(path=path, name=path.rsplit("\\", 1)[-1], error=error)
+            missing = text not in log and plain(text) not in plain(debugger.replace("\\\\", "\\"))
+            return text if missing else ""
     return ""
 
 
@@ -157,16 +177,15 @@ def run_once(bin_dir, scenario, fault="", record="", path=""):
         base = [f for f in env.get("ORU_FAULT", "").split(";") if f and f.split(":")[0] != fault.split(":")[0]]
         env["ORU_FAULT"] = ";".join(base + [fault])
     holder = None
-    if scenario in HELD:
-        held = os.path.join(app, *HELD[scenario].split("/"))
-        holder = subprocess.Popen(["bash", "-c", f'source "{LIB}/setup.sh"; cd "$WINEPREFIX/drive_c" && exec wine "$BIN\\helper_proc.exe" hold '
-                                   f'"$(winepath -w "{held}")" oru_sweep_held'],
+    if companion(scenario, app):
+        holder = subprocess.Popen(["bash", "-c", f'source "{LIB}/setup.sh"; cd "$WINEPREFIX/drive_c" && '
+                                   f'exec wine {companion(scenario, app)}'],
                                   env={**os.environ, "BIN": "C:\\sweep_bin"}, stdout=subprocess.DEVNULL,
                                   stderr=subprocess.DEVNULL)
-        time.sleep(1.5)
+        time.sleep(1)
     started = time.monotonic()
-    result = sh(f'cd "{app}/uninstall" && timeout {TIME_LIMIT} wine ./oru_uninstall.exe --silent-oru; echo "exit=$?"',
-                **env)
+    args = ARGS.get(scenario, "--silent-oru")
+    result = sh(f'cd "{app}/uninstall" && timeout {TIME_LIMIT} wine ./oru_uninstall.exe {args}; echo "exit=$?"', **env)
     if holder:
         holder.kill()
         holder.wait()
@@ -198,8 +217,8 @@ def run_once(bin_dir, scenario, fault="", record="", path=""):
     elif not log_win and (not fault or not any(line in result.stderr for line in DEBUGGER_ENDINGS)):
         # Only a failure may leave the run without its registry pointer.
         broke.append("exit 0 without OruInstallLogPath" + (", nor its end on the debugger channel" if fault else ""))
-    elif log_win and "Exiting uninstaller, temp directory will be cleaned up..." not in log:
-        broke.append("the log lacks the run's last line")
+    elif log_win and not any(line in log for line in LOG_ENDINGS):
+        broke.append("the log lacks the run's last lines")
     if fault and missing_clause(fault, path, log, result.stderr):
         broke.append(f"no line \"{missing_clause(fault, path, log, result.stderr)}\"")
     broke += [f"sentinel changed: {s}" for s in sentinels_changed()]
@@ -210,11 +229,12 @@ def main(args):
     bin_dir, sample = args[0], "--sample" in args
     # The process that holds a file open runs from inside the prefix.
     os.makedirs(os.path.join(PREFIX, "drive_c", "sweep_bin"), exist_ok=True)
-    shutil.copy(os.path.join(bin_dir, "helper_proc.exe"), os.path.join(PREFIX, "drive_c", "sweep_bin"))
+    for name in ("helper_proc.exe", "oru.stravo.exe"):
+        shutil.copy(os.path.join(bin_dir, "helper_proc.exe"), os.path.join(PREFIX, "drive_c", "sweep_bin", name))
     record_win = "C:\\sweep_calls.txt"
     rows, findings = [], []
-    only = args[args.index("--only") + 1] if "--only" in args else ""
-    for scenario in [name for name in SCENARIOS if only in name]:
+    only = args[args.index("--only") + 1].split(",") if "--only" in args else [""]
+    for scenario in [name for name in SCENARIOS if any(part in name for part in only)]:
         record = unix(record_win)
         if os.path.exists(record):
             os.remove(record)

@@ -19,6 +19,11 @@ namespace {
 using namespace workspace_text;
 using namespace workspace_support;
 
+// The workspace's names in places 1 and 2 (the known folder, the process id);
+// the working folder takes the same name with kWorkingFolderSuffix after it.
+constexpr wchar_t kPlace1Format[] = L"%ls\\OruSetup_%u";
+constexpr wchar_t kPlace2Format[] = L"%ls\\OruSetup\\Temp_%u";
+
 bool QuerySystemFreeSpace(const std::wstring& root, std::uint64_t& availableToCaller) {
   ULARGE_INTEGER available{};
   ULARGE_INTEGER total{};
@@ -116,7 +121,7 @@ bool TempDirectoryManager::TryCreateInSystemTemp() {
     LogInfo(kLinkOnTheWay + temp);
     return false;
   }
-  if (!FormatPath(tempDir, L"%ls\\OruSetup_%u", temp.c_str(), ProcessId())) {
+  if (!FormatPath(tempDir, kPlace1Format, temp.c_str(), ProcessId())) {
     LogInfo(kTempPathFailed);
     return false;
   }
@@ -143,7 +148,7 @@ bool TempDirectoryManager::TryCreateInSystemTemp() {
 bool TempDirectoryManager::TryCreateInLocalAppData() {
   wchar_t localAppData[MAX_PATH] = {};
   if (FAILED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData)) ||
-      !FormatPath(tempDir, L"%ls\\OruSetup\\Temp_%u", localAppData, ProcessId())) {
+      !FormatPath(tempDir, kPlace2Format, localAppData, ProcessId())) {
     LogInfo(L"SHGetFolderPath(CSIDL_LOCAL_APPDATA) 失败");
     return false;
   }
@@ -206,14 +211,15 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
 // An empty folder needs no free space, only a place no link leads through.
 void TempDirectoryManager::CreateWorkingDirectory() {
   const std::wstring temp = SystemTempFolder();
-  if (!temp.empty() && !IsReparsePoint(temp) &&
-      FormatPath(workDir, L"%ls\\OruSetup_%u%ls", temp.c_str(), ProcessId(), kWorkingFolderSuffix) &&
+  if (!temp.empty() && !IsReparsePoint(temp) && FormatPath(workDir, kPlace1Format, temp.c_str(), ProcessId()) &&
+      FormatPath(workDir, L"%ls%ls", std::wstring(workDir).c_str(), kWorkingFolderSuffix) &&
       CreateHiddenDirectory(workDir)) {
     return;
   }
   wchar_t localAppData[MAX_PATH] = {};
   if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData)) &&
-      FormatPath(workDir, L"%ls\\OruSetup\\Temp_%u%ls", localAppData, ProcessId(), kWorkingFolderSuffix) &&
+      FormatPath(workDir, kPlace2Format, localAppData, ProcessId()) &&
+      FormatPath(workDir, L"%ls%ls", std::wstring(workDir).c_str(), kWorkingFolderSuffix) &&
       FindLinkFrom(localAppData, workDir).empty() && CreateDirectoryTree(std::wstring(FolderPart(workDir))) &&
       CreateHiddenDirectory(workDir)) {
     return;
