@@ -64,7 +64,7 @@ MUTATIONS = [
          find="  if (IsReparsePoint(temp)) {", replace="  if (false) {", tests="Containment.LinksAreNeverEntered"),
     dict(name="listing-cut-short-counts-as-whole", file="src/common/directory_entries.cpp",
          find="return ::GetLastError() == ERROR_NO_MORE_FILES;", replace="return true;",
-         tests="NeedsSelfDelete|MinimalState|FaultInjection.Listing"),
+         tests="NeedsSelfDelete|CleanupInstallationDirectory"),
     # Installation record refusals: each rule alone.
     dict(name="only-the-protected-folder-itself-refused", file="src/app/installation_lookup.cpp",
          find="if (IsSameOrInside(folder, record.install_path))",
@@ -102,7 +102,7 @@ MUTATIONS = [
     dict(name="access-denied-not-retried", file="src/remove/file_fallback.cpp",
          find="return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;",
          replace="return error == ERROR_SHARING_VIOLATION;",
-         tests="DeleteFileWithFallback|StandardUser|FaultInjection.MoveDenied"),
+         tests="DeleteFileWithFallback|StandardUser"),
     dict(name="four-move-attempts", file="src/remove/file_fallback.cpp",
          find="constexpr int kMaxMoveAttempts = 5;", replace="constexpr int kMaxMoveAttempts = 4;",
          tests="DeleteFileWithFallback"),

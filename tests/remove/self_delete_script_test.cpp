@@ -59,6 +59,13 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd", L"C:\\t\\w"),
             L"\"" + SystemDirectoryFile(L"cmd.exe") +
                 L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\" \"C:\\t\\w\"\"");
+  // A script that cannot be opened is neither written nor started, and says
+  // nothing beyond its first line.
+  ::DeleteFileW(dir.Child(L"_deldir.bat").c_str());
+  EXPECT_EQ(LinesUnder({{L"_wfopen", ERROR_ACCESS_DENIED}},
+                       [&] { EXPECT_FALSE(CreateAndRunSelfDeleteDirScript(dir.path(), dir.path())); }),
+            std::vector<std::wstring>{L"CreateAndRunSelfDeleteDirScript " + dir.path()});
+  EXPECT_FALSE(Exists(dir.Child(L"_deldir.bat")));
 }
 
 }  // namespace

@@ -54,5 +54,25 @@ TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
   EXPECT_LT(elapsed, 1900u);
 }
 
+// The process list that cannot be read, and an instance that will not be
+// opened or will not die: each said, and nothing counts as killed.
+TEST(ProcessTest, FailuresAreLoggedAndNothingIsKilled) {
+  TempDir dir;
+  ChildProcess running = ChildProcess::Sleeper(CopyHelperAs(dir.Child(kApp)));
+  const std::wstring kill = L"Attempting to kill process: oru.stravo.exe";
+  const std::wstring notFound = L"Process not found for killing: oru.stravo.exe";
+  EXPECT_EQ(
+      LinesUnder({{L"CreateToolhelp32Snapshot", ERROR_NOT_ENOUGH_MEMORY}},
+                 [] { EXPECT_FALSE(IsProcessRunning(kApp) || KillProcess(kApp)); }),
+      (std::vector<std::wstring>{L"Checking if process is running: oru.stravo.exe",
+                                 L"Failed to create process snapshot.", kill, L"Failed to create process snapshot."}));
+  for (const auto& [function, line] : {std::pair{L"OpenProcess", L"Failed to open process for termination: "},
+                                       std::pair{L"TerminateProcess", L"Failed to terminate process: "}}) {
+    EXPECT_EQ(LinesUnder({{function, ERROR_ACCESS_DENIED}}, [] { EXPECT_FALSE(KillProcess(kApp)); }),
+              (std::vector<std::wstring>{kill, line + std::wstring(kApp), notFound}));
+  }
+  EXPECT_TRUE(running.Running());
+}
+
 }  // namespace
 }  // namespace oru::test
