@@ -13,26 +13,15 @@ namespace oru::test {
 namespace {
 
 TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseUpTo256CharactersQualify) {
-  const struct {
-    const char* name;
-    std::vector<std::wstring> folders;
-    std::vector<std::wstring> files;
-    bool expected;
-  } cases[] = {
-      {"lower case", {L"uninstall"}, {}, true},
-      {"mixed case", {L"UnInstall"}, {}, true},
-      {"empty directory", {}, {}, true},
-      {"with a file", {L"uninstall"}, {L"left.log"}, false},
-      {"with a second folder", {L"uninstall", L"1.0"}, {}, false},
-      {"file named uninstall", {}, {L"uninstall"}, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  // "name\" is a folder, anything else a file.
+  const auto qualifies = [](std::initializer_list<std::wstring> entries) {
     TempDir dir;
-    for (const auto& folder : c.folders) dir.MakeDir(folder);
-    for (const auto& file : c.files) dir.WriteFile(file);
-    EXPECT_EQ(NeedsSelfDeleteUninstall(dir.path()), c.expected);
-  }
+    for (const std::wstring& entry : entries) entry.ends_with(L'\\') ? dir.MakeDir(entry) : dir.WriteFile(entry);
+    return NeedsSelfDeleteUninstall(dir.path());
+  };
+  EXPECT_TRUE(qualifies({L"uninstall\\"}) && qualifies({L"UnInstall\\"}) && qualifies({}));
+  EXPECT_FALSE(qualifies({L"uninstall\\", L"left.log"}) || qualifies({L"uninstall\\", L"1.0\\"}) ||
+               qualifies({L"uninstall"}));
   // The same qualifying directory, named by 256 characters and by 257 (a
   // trailing backslash the listing would accept): only the length differs.
   TempDir dir;

@@ -25,37 +25,29 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   ASSERT_TRUE(WriteFileAt(staged(L"dorvid.dll"), "stale"));
   ::SetFileAttributesW(staged(L"dorvid.dll").c_str(), FILE_ATTRIBUTE_READONLY);
   const std::wstring failed = L"    CopyFile 失败，错误码: 32", second = L"    重试复制文件 (第 2 次)...";
-  const struct {
-    std::vector<Fault> faults;  // on the first file's copy
-    bool enough;
-    const wchar_t* summary;  // null: no version folder at all
-    std::vector<std::wstring> names, lines;
-  } cases[] = {{{}, true, L"Tavrin 文件复制完成: 成功 2 个，失败 0 个", {L"crellix_logger.dll", L"vantor.dll"}, {}},
-               {{}, false, L"Tavrin 文件复制完成: 成功 1 个，失败 0 个", {L"tavrin_sdk.dll"}, {}},
-               {{{L"CopyFileW", 32, 0, L"tavrin_sdk.dll"}},
-                true,
-                L"Tavrin 文件复制完成: 成功 2 个，失败 1 个",
-                {L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"},
-                {failed, second, failed, L"    重试复制文件 (第 3 次)...", failed, L"[ERROR]   ✗ 复制失败"}},
-               {{{L"CopyFileW", 32, 1}},
-                true,
-                L"Tavrin 文件复制完成: 成功 2 个，失败 0 个",
-                {L"dorvid.dll", L"vantor.dll"},
-                {failed, second, L"  ✓ 复制成功"}},
-               {{}, false, nullptr, {}, {}}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.names.size());
+  // `faults` fall on the first file's copy; the summary's last words, the
+  // counts, close `lines`.
+  const auto row = [&](const std::vector<Fault>& faults, bool enough, const std::vector<std::wstring>& names,
+                       std::vector<std::wstring> lines) {
     TempDir installed;
-    for (const auto& name : c.names) installed.WriteFile(L"1.0\\" + name, WideToUtf8(name));
-    const auto lines =
-        LinesUnder(c.faults, [&] { EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), c.enough); });
-    for (size_t i = c.faults.empty() ? 0 : 1; i < c.names.size(); ++i) {
-      EXPECT_EQ(ReadFileBytes(staged(c.names[i])), WideToUtf8(c.names[i]));
+    for (const auto& name : names) installed.WriteFile(L"1.0\\" + name, WideToUtf8(name));
+    if (names.empty()) lines.back() += installed.Child(L"1.0");
+    const auto logged =
+        LinesUnder(faults, [&] { EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), enough); });
+    for (size_t i = faults.empty() ? 0 : 1; i < names.size(); ++i) {
+      EXPECT_EQ(ReadFileBytes(staged(names[i])), WideToUtf8(names[i]));
     }
-    EXPECT_TRUE(LinesInOrder(lines, c.lines));
-    EXPECT_TRUE(LinesInOrder(
-        lines, {c.summary != nullptr ? c.summary : L"[ERROR] 源 Tavrin 目录不存在: " + installed.Child(L"1.0")}));
-  }
+    EXPECT_TRUE(LinesInOrder(logged, lines));
+  };
+  const std::wstring copied = L"Tavrin 文件复制完成: 成功 ";
+  row({}, true, {L"crellix_logger.dll", L"vantor.dll"}, {copied + L"2 个，失败 0 个"});
+  row({}, false, {L"tavrin_sdk.dll"}, {copied + L"1 个，失败 0 个"});
+  row({{L"CopyFileW", 32, 0, L"tavrin_sdk.dll"}}, true, {L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"},
+      {failed, second, failed, L"    重试复制文件 (第 3 次)...", failed, L"[ERROR]   ✗ 复制失败",
+       copied + L"2 个，失败 1 个"});
+  row({{L"CopyFileW", 32, 1}}, true, {L"dorvid.dll", L"vantor.dll"},
+      {failed, second, L"  ✓ 复制成功", copied + L"2 个，失败 0 个"});
+  row({}, false, {}, {L"[ERROR] 源 Tavrin 目录不存在: "});
 }
 
 }  // namespace
