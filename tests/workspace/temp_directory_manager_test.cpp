@@ -1,4 +1,3 @@
-#include "workspace/component_staging.h"
 #include "workspace/temp_directory_manager.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +6,6 @@
 #include <string>
 
 #include "common/strings.h"
-#include "inject/fault_injector.h"
 #include "support/child_process.h"
 #include "support/directory_link.h"
 #include "support/log_capture.h"
@@ -93,16 +91,6 @@ TEST_F(WorkspaceTest, ThePlaceFollowsTheFreeSpaceOfTheSystemDrive) {
     }
     EXPECT_TRUE(c.strategy == 1 || !Exists(c.place)) << "destroying the manager removes the workspace";
   }
-}
-
-// A drive that answers no free-space query, as a drive that is not ready.
-TEST_F(WorkspaceTest, NoPlaceWorkingFailsAndLeavesNothingToStage) {
-  const ScopedFault notReady{L"GetDiskFreeSpaceExW", ERROR_NOT_READY};
-  TempDirectoryManager manager;
-  EXPECT_FALSE(manager.Initialize(kRequired, false));
-  EXPECT_EQ(log.Count(L"GetDiskFreeSpaceEx() 失败，错误码: 21"), 3u);
-  EXPECT_TRUE(log.Has(L"[ERROR] 无法创建临时目录，所有策略都失败"));
-  EXPECT_FALSE(CopyTavrinFiles(manager, BinDir()));
 }
 
 TEST_F(WorkspaceTest, ASecondInitializeChangesNothingAndAWorkspaceInUseIsLeftAtExit) {
