@@ -46,19 +46,16 @@ class ReporterWithLibraries : public ::testing::Test {
 
 TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParametersThenTheQueue) {
   const std::wstring keep = dir_.WriteFile(L"sdk 遥测\\tavrin\\keep.txt");
-  const std::vector<std::wstring> queued = LinesUnder({}, [&] {
-    reporter_.Report("uninstall_started", {{"force_kill", "false"}, {"silent_oru", "true"}});
-    reporter_.Report("bare", {});
-  });
-  EXPECT_EQ(queued, (std::vector<std::wstring>{L"[延迟上报 | +0ms] uninstall_started (待 Tavrin 初始化后发送)",
-                                               L"[延迟上报 | +0ms] bare (待 Tavrin 初始化后发送)"}));
-  EXPECT_TRUE(Trace().empty());
-
   LogCapture log;
+  reporter_.Report("uninstall_started", {{"force_kill", "false"}, {"silent_oru", "true"}});
+  reporter_.Report("bare", {});
+  EXPECT_TRUE(Trace().empty());
   ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
   EXPECT_TRUE(reporter_.PendingEvents().empty());
   EXPECT_TRUE(Exists(keep)) << "an existing data folder is used as it is";
-  EXPECT_TRUE(LinesInOrder(log.Lines(), {L"初始化成功!", L"[批量上报开始 | +0ms] 共 2 个延迟事件",
+  EXPECT_TRUE(LinesInOrder(log.Lines(), {L"[延迟上报 | +0ms] uninstall_started (待 Tavrin 初始化后发送)",
+                                         L"[延迟上报 | +0ms] bare (待 Tavrin 初始化后发送)", L"初始化成功!",
+                                         L"[批量上报开始 | +0ms] 共 2 个延迟事件",
                                          L"  [上报 1/2 | +0ms] uninstall_started", L"  [上报 2/2 | +0ms] bare"}));
   EXPECT_TRUE(log.HasFragment(L"[批量上报完成 | +0ms] 已发送 2/2 个事件 | 批量耗时: "));
 
@@ -95,11 +92,9 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
 
 TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnce) {
   ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
-  EXPECT_TRUE(LinesInOrder(LinesUnder({},
-                                      [&] {
-                                        reporter_.Report("plain", {{"result", "pass"}});
-                                      }),
-                           {L"[上报开始 | +0ms] plain"}));
+  LogCapture log;
+  reporter_.Report("plain", {{"result", "pass"}});
+  EXPECT_TRUE(log.Has(L"[上报开始 | +0ms] plain"));
   reporter_.Report("own_mode", {{"install_mode", "silent"}});
   std::string key(300, 'k');
   key[254] = 'K';  // the last byte that fits
