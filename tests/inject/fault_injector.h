@@ -30,9 +30,9 @@ namespace oru::test {
 
 // While it lives, `function` fails with `error` at its `occurrence`-th call
 // whose path argument contains `pathContains` (0: at every such call). The
-// import table is put back when the last one goes. Throws std::invalid_argument when `function` is not covered
-// or not imported by this program, so a fault that could never happen fails
-// the test instead of passing it.
+// import table is put back when the last one goes. Throws
+// std::invalid_argument when `function` is not covered or not imported by
+// this program, so a fault that could never happen fails the test instead.
 class ScopedFault {
  public:
   ScopedFault(std::wstring_view function, unsigned long error, unsigned occurrence = 0,
