@@ -182,7 +182,7 @@ MUTATIONS = [
          tests="DeleteDirectoryTree"),
     dict(name="file-fail-without-its-code", file="src/remove/directory_tree.cpp",
          find='  failure["error_code"] = ToDecimal(error);\n', replace="", tests="DeleteDirectoryTree"),
-    dict(name="powershell-success-believed", file="src/remove/multi_process.cpp",
+    dict(name="child-success-believed", file="src/remove/multi_process.cpp",
          find="    if (TargetGone(target)) {", replace="    if (TargetGone(target) || true) {",
          tests="RunDeletionWithChildProcesses"),
     dict(name="failed-append-names-the-earlier-log", file="src/log/log_relocation.cpp",
