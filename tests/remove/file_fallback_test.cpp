@@ -81,7 +81,7 @@ TEST(DeleteFileWithFallback, EveryFallbackThatFailsSaysSo) {
   const std::wstring afterAll = L"Failed to move file to temp after all retries: " + file + L" -> " + temp;
   const Fault noMove{L"MoveFileW", ERROR_FILE_NOT_FOUND}, noReboot{L"MoveFileExW", ERROR_ACCESS_DENIED};
   const auto row = [&](const std::vector<Fault>& faults, bool namesTaken, bool result,
-                       const std::vector<std::wstring>& lines, DWORD minMs = 0, DWORD maxMs = 1000) {
+                       const std::vector<std::wstring>& lines, DWORD minMs = 0, DWORD maxMs = 1900) {
     for (const std::wstring& name : {temp, taken}) {
       ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
       ::DeleteFileW(name.c_str());
