@@ -1,4 +1,5 @@
 #include "identity/dorvid_manager.h"
+#include "identity/dorvid_binding.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -47,11 +48,14 @@ TEST(DorvidManager, StartsOnceWithTheProductKeyThenAsksBUntilItAnswers) {
 }
 
 // Each failure in its own process: a loaded library is never freed. Only a
-// library that loaded can be asked anything, so only there is the trace read.
+// library whose a1 ran can have been asked anything, so only there is the
+// trace read.
 struct FailureCase {
   const char* what;
-  const wchar_t* stub;  // null: no dorvid.dll; empty: garbage bytes
+  const wchar_t* stub;  // null: no dorvid.dll
+  std::vector<Fault> faults;
   int code;
+  const wchar_t* directory = nullptr;  // null: the stand-in's folder
   friend void PrintTo(const FailureCase& c, std::ostream* os) { *os << c.what; }
 };
 
@@ -60,28 +64,36 @@ class DorvidInitFailure : public ::testing::TestWithParam<FailureCase> {};
 TEST_P(DorvidInitFailure, GivesItsCodeAndAnEmptyIdentifier) {
   const FailureCase& c = GetParam();
   TempDir dir;
-  const bool loads = c.stub != nullptr && *c.stub != L'\0';
-  if (loads) {
-    StageDorvid(dir.path(), c.stub);
-  } else if (c.stub != nullptr) {
-    dir.WriteFile(L"dorvid.dll", std::string("MZ but no library\0\x90\xff", 21));
-  }
+  if (c.stub != nullptr) StageDorvid(dir.path(), c.stub);
   ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"never-asked");
   auto& manager = DorvidManager::GetInstance();
+  const std::wstring directory = c.directory != nullptr ? c.directory : dir.path();
 
-  EXPECT_EQ(manager.Init(dir.path()), c.code);
+  const auto lines = LinesUnder(c.faults, [&] { EXPECT_EQ(manager.Init(directory), c.code); });
+  EXPECT_EQ(lines.back(), L"初始化 DorvidSDK 失败！返回码: " + std::to_wstring(c.code));
   EXPECT_EQ(manager.GetD36(), L"");
-  if (loads) {
+  if (c.code == kDorvidInitRejected) {
     const auto calls = ReadTrace(dir.Child(L"dorvid_trace.txt"));
     ASSERT_EQ(calls.size(), 1u) << "a1 only: b is never asked";
     EXPECT_EQ(calls[0].name, "a1");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Codes, DorvidInitFailure,
-                         ::testing::Values(FailureCase{"Missing", nullptr, 3}, FailureCase{"Garbage", L"", 4},
-                                           FailureCase{"A1Refuses", kDorvidStubA1Fails, 6}),
-                         [](const auto& info) { return std::string(info.param.what); });
+INSTANTIATE_TEST_SUITE_P(
+    Codes, DorvidInitFailure,
+    ::testing::Values(FailureCase{"ModulePath", nullptr, {{L"GetModuleFileNameW", ERROR_ACCESS_DENIED}}, 1, L""},
+                      FailureCase{"Missing", nullptr, {}, 3},
+                      FailureCase{
+                          "Unloadable", L"dorvid.dll", {{L"LoadLibraryExW", ERROR_BAD_EXE_FORMAT, 0, L"dorvid"}}, 4},
+                      FailureCase{"NoA1", L"dorvid.dll", {{L"GetProcAddress", ERROR_PROC_NOT_FOUND, 0, L"a1"}}, 5},
+                      FailureCase{"A1Refuses", kDorvidStubA1Fails, {}, 6}),
+    [](const auto& info) { return std::string(info.param.what); });
+
+// The one code the manager never causes: it always names a folder.
+TEST(DorvidBinding, NoFolderAtAllIsCodeSeven) {
+  EXPECT_EQ(DorvidBinding::Instance().Initialize("key", nullptr, "daily", {}, "1.0.0", true, nullptr),
+            kDorvidNullDirectory);
+}
 
 TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmptyOneNothing) {
   TempDir dir;
@@ -97,6 +109,7 @@ TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmp
 
   std::wstring given;
   DWORD givenOn = 0;
+  LogCapture log;
   manager.GetDorvid36Async([&](const std::wstring& d36) {
     given = d36;
     givenOn = ::GetCurrentThreadId();
@@ -109,11 +122,14 @@ TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmp
   EXPECT_EQ(events.Events(), std::vector<std::string>{"dorvid_event type=dorvid_received"});
   EXPECT_EQ(ReadTrace(trace, "c").size(), 1u);
 
-  // Empty or missing results are not reported.
+  // Empty or missing results are not reported, only said.
   OnDorvidRecv(nullptr);
   const DorvidResult empty{};
   OnDorvidRecv(&empty);
   EXPECT_EQ(events.Events().size(), 1u);
+  EXPECT_TRUE(LinesInOrder(
+      log.Lines(), {L"DorvidSDK GetDorvid36Async callback", L"DorvidSDK OnDorvidRecv: d36-later",
+                    L"DorvidSDK 回调执行: d36-later", L"d36_str 为:d36-later", L"pqm 参数为空！", L"D36 参数为空！"}));
 }
 
 }  // namespace

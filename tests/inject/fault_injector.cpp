@@ -11,10 +11,43 @@
 #include <string>
 #include <utility>
 
-#include "inject/import_patch.h"
-
 namespace oru::test {
 namespace {
+
+// The slot through which this module calls `function`, whichever library it
+// comes from (no two here share a name), or nullptr when it does not import it
+// by name. Only calls through this module's own table go there: the system
+// libraries' own calls and functions bound with GetProcAddress do not.
+void** FindImportSlot(std::string_view function) {
+  auto* base = reinterpret_cast<BYTE*>(::GetModuleHandleW(nullptr));
+  const auto* nt =
+      reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const IMAGE_DATA_DIRECTORY& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  if (imports.VirtualAddress == 0) return nullptr;
+  for (auto* d = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress); d->Name != 0; ++d) {
+    // The names stay in OriginalFirstThunk; the loader has overwritten the
+    // FirstThunk entries beside them with the addresses the calls go through.
+    auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + d->OriginalFirstThunk);
+    auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + d->FirstThunk);
+    for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
+      const auto* byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+      if (function == reinterpret_cast<const char*>(byName->Name)) return reinterpret_cast<void**>(&slot->u1.Function);
+    }
+  }
+  return nullptr;
+}
+
+// Stores `value` in `slot`, writable only for that moment, and returns what
+// the slot held before.
+void* ExchangeImportSlot(void** slot, void* value) {
+  DWORD protection = 0;
+  ::VirtualProtect(slot, sizeof(void*), PAGE_READWRITE, &protection);
+  void* previous = *slot;
+  *slot = value;
+  ::VirtualProtect(slot, sizeof(void*), protection, &protection);
+  return previous;
+}
 
 // How a function tells its caller it failed.
 enum class Fails {
@@ -26,66 +59,61 @@ enum class Fails {
 };
 
 struct Row {
-  const char* dll;
   const char* name;
   int path;  // which argument (from 1) is the path, 0: none; negative: a narrow name
   Fails fails;
 };
 
 // Every import of the uninstaller that touches files, the registry, processes
-// or libraries. FindFirstFileExW, GetFileAttributesExW and GetFullPathNameW are
-// imported by some test programs only.
+// or libraries.
 constexpr Row kRows[] = {
-    {"kernel32.dll", "CreateFileW", 1, Fails::kAllOnes},
-    {"kernel32.dll", "DeleteFileW", 1, Fails::kZero},
-    {"kernel32.dll", "MoveFileW", 1, Fails::kZero},
-    {"kernel32.dll", "MoveFileExW", 1, Fails::kZero},
-    {"kernel32.dll", "CopyFileW", 1, Fails::kZero},
-    {"kernel32.dll", "RemoveDirectoryW", 1, Fails::kZero},
-    {"kernel32.dll", "CreateDirectoryW", 1, Fails::kZero},
-    {"kernel32.dll", "FindFirstFileW", 1, Fails::kAllOnes},
-    {"kernel32.dll", "FindFirstFileExW", 1, Fails::kAllOnes},
-    {"kernel32.dll", "FindNextFileW", 0, Fails::kZero},
-    {"kernel32.dll", "GetFileAttributesW", 1, Fails::kAllOnes},
-    {"kernel32.dll", "GetFileAttributesExW", 1, Fails::kZero},
-    {"kernel32.dll", "SetFileAttributesW", 1, Fails::kZero},
-    {"kernel32.dll", "GetTempPathW", 0, Fails::kZero},
-    {"kernel32.dll", "GetTempFileNameW", 1, Fails::kZero},
-    {"kernel32.dll", "GetDiskFreeSpaceExW", 1, Fails::kZero},
-    {"kernel32.dll", "ReadFile", 0, Fails::kZero},
-    {"kernel32.dll", "WriteFile", 0, Fails::kZero},
-    {"kernel32.dll", "SetFilePointerEx", 0, Fails::kZero},
-    {"kernel32.dll", "FlushFileBuffers", 0, Fails::kZero},
-    {"kernel32.dll", "GetFullPathNameW", 1, Fails::kZero},
-    {"kernel32.dll", "GetLongPathNameW", 1, Fails::kZero},
-    {"kernel32.dll", "GetFinalPathNameByHandleW", 0, Fails::kZero},
-    {"kernel32.dll", "SetCurrentDirectoryW", 1, Fails::kZero},
-    {"kernel32.dll", "GetSystemDirectoryW", 0, Fails::kZero},
-    {"kernel32.dll", "CreateProcessW", 1, Fails::kZero},
-    {"kernel32.dll", "WaitForSingleObject", 0, Fails::kAllOnes},
-    {"kernel32.dll", "GetExitCodeProcess", 0, Fails::kZero},
-    {"kernel32.dll", "TerminateProcess", 0, Fails::kZero},
-    {"kernel32.dll", "OpenProcess", 0, Fails::kZero},
-    {"kernel32.dll", "CreateToolhelp32Snapshot", 0, Fails::kAllOnes},
-    {"kernel32.dll", "Process32FirstW", 0, Fails::kZero},
-    {"kernel32.dll", "Process32NextW", 0, Fails::kZero},
-    {"kernel32.dll", "LoadLibraryExW", 1, Fails::kZero},
-    {"kernel32.dll", "LoadLibraryW", 1, Fails::kZero},
-    {"kernel32.dll", "GetProcAddress", -2, Fails::kZero},
-    {"kernel32.dll", "FreeLibrary", 0, Fails::kZero},
-    {"kernel32.dll", "GetModuleFileNameW", 0, Fails::kZero},
-    {"kernel32.dll", "CreateMutexW", 3, Fails::kZero},
-    {"kernel32.dll", "Sleep", 0, Fails::kNever},
-    {"advapi32.dll", "RegOpenKeyExW", 2, Fails::kStatus},
-    {"advapi32.dll", "RegQueryValueExW", 2, Fails::kStatus},
-    {"advapi32.dll", "RegCreateKeyExW", 2, Fails::kStatus},
-    {"advapi32.dll", "RegSetValueExW", 2, Fails::kStatus},
-    {"advapi32.dll", "RegDeleteTreeW", 2, Fails::kStatus},
-    {"shell32.dll", "SHCreateDirectoryExW", 2, Fails::kStatus},
-    {"shell32.dll", "SHGetFolderPathW", 0, Fails::kHresult},
-    {"shell32.dll", "SHGetKnownFolderPath", 0, Fails::kHresult},
-    {"shlwapi.dll", "PathFileExistsW", 1, Fails::kZero},
-    {"msvcrt.dll", "_wfopen", 1, Fails::kZero},
+    {"CreateFileW", 1, Fails::kAllOnes},
+    {"DeleteFileW", 1, Fails::kZero},
+    {"MoveFileW", 1, Fails::kZero},
+    {"MoveFileExW", 1, Fails::kZero},
+    {"CopyFileW", 1, Fails::kZero},
+    {"RemoveDirectoryW", 1, Fails::kZero},
+    {"CreateDirectoryW", 1, Fails::kZero},
+    {"FindFirstFileW", 1, Fails::kAllOnes},
+    {"FindNextFileW", 0, Fails::kZero},
+    {"GetFileAttributesW", 1, Fails::kAllOnes},
+    {"SetFileAttributesW", 1, Fails::kZero},
+    {"GetTempPathW", 0, Fails::kZero},
+    {"GetTempFileNameW", 1, Fails::kZero},
+    {"GetDiskFreeSpaceExW", 1, Fails::kZero},
+    {"ReadFile", 0, Fails::kZero},
+    {"WriteFile", 0, Fails::kZero},
+    {"SetFilePointerEx", 0, Fails::kZero},
+    {"FlushFileBuffers", 0, Fails::kZero},
+    {"GetLongPathNameW", 1, Fails::kZero},
+    {"GetFinalPathNameByHandleW", 0, Fails::kZero},
+    {"SetCurrentDirectoryW", 1, Fails::kZero},
+    {"GetSystemDirectoryW", 0, Fails::kZero},
+    {"CreateProcessW", 1, Fails::kZero},
+    {"WaitForSingleObject", 0, Fails::kAllOnes},
+    {"GetExitCodeProcess", 0, Fails::kZero},
+    {"TerminateProcess", 0, Fails::kZero},
+    {"OpenProcess", 0, Fails::kZero},
+    {"CreateToolhelp32Snapshot", 0, Fails::kAllOnes},
+    {"Process32FirstW", 0, Fails::kZero},
+    {"Process32NextW", 0, Fails::kZero},
+    {"LoadLibraryExW", 1, Fails::kZero},
+    {"LoadLibraryW", 1, Fails::kZero},
+    {"GetProcAddress", -2, Fails::kZero},
+    {"FreeLibrary", 0, Fails::kZero},
+    {"GetModuleFileNameW", 0, Fails::kZero},
+    {"CreateMutexW", 3, Fails::kZero},
+    {"Sleep", 0, Fails::kNever},
+    {"RegOpenKeyExW", 2, Fails::kStatus},
+    {"RegQueryValueExW", 2, Fails::kStatus},
+    {"RegCreateKeyExW", 2, Fails::kStatus},
+    {"RegSetValueExW", 2, Fails::kStatus},
+    {"RegDeleteTreeW", 2, Fails::kStatus},
+    {"SHCreateDirectoryExW", 2, Fails::kStatus},
+    {"SHGetFolderPathW", 0, Fails::kHresult},
+    {"SHGetKnownFolderPath", 0, Fails::kHresult},
+    {"PathFileExistsW", 1, Fails::kZero},
+    {"_wfopen", 1, Fails::kZero},
 };
 constexpr size_t kRowCount = std::size(kRows);
 
@@ -199,7 +227,7 @@ void Patch() {
   if (patchedBy++ > 0) return;
   for (size_t i = 0; i < kRowCount; ++i) {
     Slot& slot = slots[i];
-    slot.entry = FindImportSlot(kRows[i].dll, kRows[i].name);
+    slot.entry = FindImportSlot(kRows[i].name);
     slot.calls = 0;
     if (slot.entry == nullptr) continue;
     // Through void(*)(): a data pointer and a function pointer of another type
@@ -219,8 +247,7 @@ void Unpatch() {
 
 // Arms `row` for a fault; false when the program does not import it.
 bool Arm(int row, unsigned long error, unsigned occurrence, std::wstring_view contains) {
-  if (row < 0 || kRows[row].fails == Fails::kNever || FindImportSlot(kRows[row].dll, kRows[row].name) == nullptr)
-    return false;
+  if (row < 0 || kRows[row].fails == Fails::kNever || FindImportSlot(kRows[row].name) == nullptr) return false;
   Slot& slot = slots[row];
   slot.error = error;
   slot.occurrence = occurrence;
@@ -275,11 +302,6 @@ ScopedFault::ScopedFault(std::wstring_view function, unsigned long error, unsign
 ScopedFault::~ScopedFault() {
   slots[row_].armed = false;
   Unpatch();
-}
-
-unsigned CallCount(std::wstring_view function) {
-  const int row = RowOf(function);
-  return row >= 0 && slots[row].entry != nullptr ? slots[row].calls.load() : 0;
 }
 
 }  // namespace oru::test

@@ -29,11 +29,10 @@ namespace oru::test {
 [[nodiscard]] bool InstallFaultsFromEnvironment();
 
 // While it lives, `function` fails with `error` at its `occurrence`-th call
-// whose path argument contains `pathContains` (0: at every such call), and
-// every covered function is counted. The import table is put back when the
-// last one goes. Throws std::invalid_argument when `function` is not covered
-// or not imported by this program, so a fault that could never happen fails
-// the test instead of passing it.
+// whose path argument contains `pathContains` (0: at every such call). The
+// import table is put back when the last one goes. Throws
+// std::invalid_argument when `function` is not covered or not imported by
+// this program, so a fault that could never happen fails the test instead.
 class ScopedFault {
  public:
   ScopedFault(std::wstring_view function, unsigned long error, unsigned occurrence = 0,
@@ -45,9 +44,5 @@ class ScopedFault {
  private:
   int row_;
 };
-
-// Calls of `function` made since the import table was patched (0 when it is
-// not patched or `function` is not covered).
-[[nodiscard]] unsigned CallCount(std::wstring_view function);
 
 }  // namespace oru::test

@@ -4,10 +4,12 @@
 #include <windows.h>
 
 #include <functional>
+#include <optional>
 #include <regex>
 #include <string>
 
 #include "common/unique_handle.h"
+#include "inject/fault_injector.h"
 #include "log/setup_logger.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -61,8 +63,9 @@ TEST(LogRelocationTest, RunsAppendToOneLogBesideTheExecutable) {
 
 // A log that cannot go where it should (a file stands where a folder on the
 // final path should be) stays where it was; one that may be read but not
-// moved (held open without delete sharing) is copied. Either way the answer
-// names the file that holds the run's log.
+// moved (held open without delete sharing) is copied; one that cannot be
+// appended to an earlier run's (a full disk) stays, the earlier one as it was.
+// The answer names the file that holds the run's log: what the registry records.
 TEST(LogRelocationTest, TheAnswerNamesWhereTheLogReallyIs) {
   TempDir temp;
   TempDir executable;
@@ -82,6 +85,17 @@ TEST(LogRelocationTest, TheAnswerNamesWhereTheLogReallyIs) {
   ASSERT_TRUE(reader);
   EXPECT_EQ(copied.path, executable.Child(L"oru_uninstall.log"));
   EXPECT_NE(ReadFileBytes(copied.path).find("copied line\n"), std::string::npos);
+
+  TempDir full;
+  const std::string earlier = ReadFileBytes(copied.path);
+  std::optional<ScopedFault> diskFull;
+  const LogPlacement failed = RunLog(full.path(), executable.path(), L"appended line",
+                                     [&] { diskFull.emplace(L"WriteFile", ERROR_DISK_FULL); });
+  diskFull.reset();
+  EXPECT_FALSE(failed.moved);
+  EXPECT_EQ(failed.path, full.Child(L"oru_uninstall.log"));
+  EXPECT_NE(ReadFileBytes(failed.path).find("appended line\n"), std::string::npos);
+  EXPECT_EQ(ReadFileBytes(copied.path), earlier);
 }
 
 }  // namespace

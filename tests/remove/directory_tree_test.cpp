@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include "common/strings.h"
-#include "support/child_process.h"
 #include "support/directory_link.h"
 #include "support/event_capture.h"
 #include "support/log_capture.h"
@@ -46,22 +45,31 @@ TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound
                                       "uninstall_delete_dir_fail dir_path=" + utf8Root + " error=find_failed"}));
 }
 
-// A file nobody can touch stays; the directory then cannot go (145, no line
-// of its own) and is left to the reboot, which still counts as success.
-TEST(DeleteDirectoryTree, LockedFileLeavesDirectoryScheduledForReboot) {
+// A file that stays, for what its deletion answered and what became of its
+// fallbacks, and the folder then left to the reboot or refused that too.
+TEST(DeleteDirectoryTree, EveryEntryThatStaysIsReportedWithItsReason) {
   TempDir dir;
-  const std::wstring root = dir.MakeDir(L"root");
-  const std::wstring locked = dir.WriteFile(L"root\\locked.dat");
-  ChildProcess holder = ChildProcess::HoldFile(locked);
-  ASSERT_TRUE(holder.Running());
-  EventCapture events;
-  LogCapture log;
-  EXPECT_TRUE(DeleteDirectoryTree(root));
-  EXPECT_FALSE(log.HasFragment(L"Failed to remove directory: " + root));
-  const auto reported = events.Events();
-  ASSERT_GE(reported.size(), 2u);
-  EXPECT_TRUE(reported[reported.size() - 2].starts_with("uninstall_delete_file_done "));
-  EXPECT_EQ(reported.back(), "uninstall_delete_dir_done dir_path=" + WideToUtf8(root) + " scheduled_reboot=true");
+  const std::wstring root = dir.Child(L"root"), file = root + L"\\stays.dat";
+  const std::string dirPath = "dir_path=" + WideToUtf8(root), filePath = "file_path=" + WideToUtf8(file);
+  const Fault inUse{L"DeleteFileW", ERROR_SHARING_VIOLATION, 0, L"stays"}, noMove{L"MoveFileW", ERROR_FILE_NOT_FOUND},
+      noReboot{L"MoveFileExW", ERROR_ACCESS_DENIED};
+  const auto row = [&](const std::vector<Fault>& faults, bool result, const std::wstring& line,
+                       const std::string& fileEvent, const std::string& dirEvent) {
+    dir.WriteFile(L"root\\stays.dat");
+    EventCapture events;
+    EXPECT_TRUE(LinesInOrder(LinesUnder(faults, [&] { EXPECT_EQ(DeleteDirectoryTree(root), result); }), {line}));
+    EXPECT_EQ(events.Events(), (std::vector<std::string>{"uninstall_delete_dir_start " + dirPath,
+                                                         "uninstall_delete_file_start " + filePath, fileEvent,
+                                                         "uninstall_delete_dir_" + dirEvent}));
+  };
+  // In use: left to the reboot, which counts as gone.
+  row({inUse, noMove}, true, L"Scheduled original file deletion on reboot: " + file,
+      "uninstall_delete_file_done " + filePath, "done " + dirPath + " scheduled_reboot=true");
+  row({inUse, noMove, noReboot}, false, L"Failed to schedule directory deletion on reboot: " + root,
+      "uninstall_delete_file_fail error_code=32 " + filePath, "fail " + dirPath + " error=schedule_failed");
+  row({{L"DeleteFileW", ERROR_WRITE_PROTECT, 0, L"stays"}, noReboot}, false,
+      L"Failed to delete file: " + file + L", error: 19", "uninstall_delete_file_fail error_code=19 " + filePath,
+      "fail " + dirPath + " error=schedule_failed");
 }
 
 // tree\link and root are directory links to target, which holds the sentinel

@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include "common/strings.h"
-#include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/reboot_list.h"
 #include "support/temp_dir.h"
@@ -67,42 +66,52 @@ TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName
   ::DeleteFileW(fallback.c_str());
 }
 
-// Only a file in use (or denied: FaultInjection.MoveDenied) is retried,
-// 200 + 400 + 600 + 800 ms; any other failure goes straight to the reboot,
-// which registers the original. A longer or an extra pause fails too.
-TEST(DeleteFileWithFallback, UnmovableFileIsRetriedWhileInUseThenScheduledForReboot) {
+// The file is read-only, so its direct deletion is refused (5) for real.
+// Only a move refused as in use (32) or denied (5) is retried, 200 + 400 +
+// 600 + 800 ms, a longer or an extra pause failing the row; any other goes
+// straight to the reboot, which registers the original. Then each fallback
+// refused in turn: the reboot requests, the temporary folder, a temporary
+// name taken by a file that will not go.
+TEST(DeleteFileWithFallback, EveryFallbackThatFailsSaysSo) {
   TempDir dir;
-  const std::wstring locked = dir.WriteFile(L"locked.dat");
-  ChildProcess holder = ChildProcess::HoldFile(locked);
-  ASSERT_TRUE(holder.Running());
-  const struct {
-    std::wstring file;
-    int attempts;
-    const wchar_t* error;
-    DWORD minMs, maxMs;
-  } cases[] = {{locked, 5, L"32", 1900, 2900}, {dir.Child(L"never_there.txt"), 1, L"2", 0, 500}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.attempts);
-    const std::wstring temp = PinTempNames() + L"5012345_41_" + std::wstring(FileNamePart(c.file));
-    LogCapture log;
-    const DWORD started = ::GetTickCount();
-    EXPECT_TRUE(DeleteFileWithFallback(c.file));
-    const DWORD elapsed = ::GetTickCount() - started;
-    EXPECT_GE(elapsed, c.minMs);
-    EXPECT_LT(elapsed, c.maxMs);
-    std::vector<std::wstring> expected;
-    for (int n = 1; n <= c.attempts; ++n) {
-      if (n > 1) expected.push_back(L"Retry attempt " + std::to_wstring(n - 1) + L" to move file: " + c.file);
-      expected.push_back(L"Attempt " + std::to_wstring(n) + L" failed to move file: " + c.file + L" -> " + temp +
-                         L", error: " + c.error);
+  const std::wstring base = L"f_" + std::to_wstring(::GetCurrentProcessId()) + L".txt", file = dir.Child(base);
+  const std::wstring temp = PinTempNames() + L"5012345_41_" + base,
+                     taken = PinTempNames() + L"fallback_5012345_" + base;
+  const std::wstring moveFailed = L" failed to move file: " + file + L" -> " + temp + L", error: ";
+  const std::wstring afterAll = L"Failed to move file to temp after all retries: " + file + L" -> " + temp;
+  const Fault noMove{L"MoveFileW", ERROR_FILE_NOT_FOUND}, noReboot{L"MoveFileExW", ERROR_ACCESS_DENIED};
+  const auto row = [&](const std::vector<Fault>& faults, bool namesTaken, bool result,
+                       const std::vector<std::wstring>& lines, DWORD minMs = 0, DWORD maxMs = 1900) {
+    for (const std::wstring& name : {temp, taken}) {
+      ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
+      ::DeleteFileW(name.c_str());
+      if (namesTaken) WriteFileAt(name);
     }
-    expected.push_back(L"Failed to move file to temp after all retries: " + c.file + L" -> " + temp);
-    expected.push_back(L"Scheduled original file deletion on reboot: " + c.file);
-    const auto lines = log.Lines();
-    ASSERT_GE(lines.size(), expected.size());
-    EXPECT_EQ(std::vector<std::wstring>(lines.end() - static_cast<long>(expected.size()), lines.end()), expected);
-    EXPECT_TRUE(IsPendingDeletion(c.file));
-  }
+    if (!Exists(file)) dir.WriteFile(base);
+    ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
+    const DWORD started = ::GetTickCount();
+    EXPECT_TRUE(LinesInOrder(LinesUnder(faults, [&] { EXPECT_EQ(DeleteFileWithFallback(file), result); }), lines));
+    EXPECT_TRUE(::GetTickCount() - started >= minMs && ::GetTickCount() - started < maxMs);
+  };
+  row({{L"MoveFileW", 32}}, false, true,
+      {L"Attempt 1" + moveFailed + L"32", L"Retry attempt 4 to move file: " + file, L"Attempt 5" + moveFailed + L"32",
+       afterAll, L"Scheduled original file deletion on reboot: " + file},
+      1900, 2900);
+  row({{L"MoveFileW", 5, 1}, noReboot}, false, true,
+      {L"Attempt 1" + moveFailed + L"5", L"Retry attempt 1 to move file: " + file,
+       L"Failed to schedule temp file deletion on reboot: " + temp});
+  row({noMove, noReboot}, false, false,
+      {L"Attempt 1" + moveFailed + L"2", afterAll, L"Failed to schedule file deletion on reboot: " + file});
+  row({{L"GetTempPathW", 0}, noMove, noReboot}, false, false,
+      {L"Failed to get temp path, using current directory",
+       L"Generated temp file name (manual): .\\oru_del_5012345_41_" + base});
+  row({{L"DeleteFileW", 5, 0, L"oru_del_fallback"}, noReboot}, true, false,
+      {L"Temp file already exists, deleting: " + taken,
+       L"Failed to delete existing temp file: " + taken + L", error: 5"});
+  for (const std::wstring& name : {temp, taken}) ::DeleteFileW(name.c_str());
+  EXPECT_EQ(LinesUnder({noReboot}, [&] { EXPECT_FALSE(ScheduleDeleteOnReboot(file)); }),
+            (std::vector<std::wstring>{L"Scheduling for deletion on reboot: " + file,
+                                       L"Failed to schedule for deletion on reboot: " + file + L", error: 5"}));
 }
 
 }  // namespace

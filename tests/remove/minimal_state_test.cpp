@@ -1,8 +1,12 @@
 #include "remove/minimal_state.h"
+#include "remove/install_dir_cleanup.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include "common/strings.h"
+#include "support/log_capture.h"
+#include "support/temp_dir.h"
 
 namespace oru::test {
 namespace {
@@ -54,6 +58,47 @@ TEST(MinimalState, EveryDeviationFailsItsLevelWithItsReason) {
     ASSERT_FALSE(verdict.lines.empty());
     EXPECT_EQ(verdict.lines.back(), c.reason);
   }
+}
+
+// The clean-up of a minimal installation, in the order its lines are
+// logged; then a listing that will not start or breaks off at each level,
+// and each removal that fails, ending it where it stands.
+TEST(CleanupInstallationDirectory, LogsEachStepAndStopsAtTheFirstThatFails) {
+  TempDir dir;
+  const std::wstring install = dir.Child(L"Oru"), version = install + L"\\1.0", installer = version + L"\\Installer",
+                     setup = installer + L"\\setup.exe";
+  const std::wstring skipped = L"Installation directory contains other files, skipping cleanup";
+  const std::wstring check = L"Checking installation directory status to determine if cleanup is needed";
+  const Fault noMove{L"MoveFileW", ERROR_FILE_NOT_FOUND}, noReboot{L"MoveFileExW", ERROR_ACCESS_DENIED};
+  const auto row = [&](const std::vector<Fault>& faults, const std::vector<std::wstring>& lines) {
+    RemoveTree(install);
+    dir.MakeDir(L"Oru\\uninstall");
+    WriteFileAt(setup);
+    EXPECT_TRUE(LinesInOrder(LinesUnder(faults, [&] { CleanupInstallationDirectory({install, L"1.0"}); }), lines));
+  };
+  row({}, {check, L"Total folders found: 2", L"Total files found: 0 (any files would have caused early termination)",
+           L"Found Installer folder in 1.0", L"Found setup.exe in Installer folder", L"All conditions met:",
+           L"  - Installation directory has exactly 2 folders: uninstall and 1.0",
+           L"  - 1.0 folder contains only Installer folder", L"  - Installer folder contains only setup.exe",
+           L"Installation directory is in minimal state, safe to cleanup",
+           L"Installation directory only contains uninstall folder and setup.exe, proceeding with cleanup",
+           L"Attempting to delete setup.exe: " + setup, L"Successfully deleted setup.exe: " + setup,
+           L"Attempting to delete version directory: " + version, L"Successfully deleted version directory: " + version,
+           L"Failed to remove version directory: " + version + L", error: 2",
+           L"Scheduled version directory for deletion on reboot: " + version});
+  row({{L"FindFirstFileW", 5, 1}}, {check, L"Failed to find files in installation directory: " + install, skipped});
+  row({{L"FindFirstFileW", 5, 2}}, {L"Failed to find files in other folder: " + version, skipped});
+  row({{L"FindFirstFileW", 5, 3}}, {L"Failed to find files in Installer folder: " + installer, skipped});
+  row({{L"FindNextFileW", ERROR_NETNAME_DELETED, 1}},
+      {L"Failed to find files in installation directory: " + install, skipped});
+  row({{L"DeleteFileW", 5, 0, L"setup.exe"}, noMove, noReboot},
+      {L"Failed to delete setup.exe: " + setup + L", error: 5",
+       L"Failed to move setup.exe to temp directory, trying multi-process deletion",
+       L"All deletion methods failed for setup.exe: " + setup,
+       L"Skipping version directory deletion because setup.exe deletion failed"});
+  row({{L"RemoveDirectoryW", 5, 0, L"Installer"}, noReboot},
+      {L"Failed to delete version directory contents: " + version});
+  row({noReboot}, {L"Failed to schedule version directory for deletion: " + version});
 }
 
 }  // namespace

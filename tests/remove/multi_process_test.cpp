@@ -73,27 +73,40 @@ TEST(DeleteMultiProcess, CmdDeletesFileOrTreeAndPowerShellNeverStarts) {
   EXPECT_FALSE(log.HasFragment(L"PowerShell"));
 }
 
-// A child's success is not believed while the target remains; a child that
-// hangs is terminated at its time-out.
-TEST(RunDeletionWithChildProcesses, FirstChildIsCheckedOnTheFileSystemAndAHangingOneTerminated) {
+// Each outcome of either child, in the lines that tell it: a success is
+// believed only once the target has gone, a child that hangs is terminated
+// at its time-out, one that cannot start is passed over.
+TEST(RunDeletionWithChildProcesses, EachChildsOutcomeIsCheckedOnTheFileSystem) {
   RunWorkingFolder working;
   TempDir dir;
-  const std::wstring target = dir.WriteFile(L"target.txt");
+  const std::wstring target = dir.Child(L"target.txt");
   const std::wstring hangName = L"hang_" + std::to_wstring(::GetCurrentProcessId()) + L".exe";
-  const std::wstring hanging = CopyHelperAs(dir.Child(hangName));
-  const std::wstring first = Quoted(BinFile(L"helper_proc.exe")) + L" exit 0";
-  const std::wstring second = Quoted(hanging) + L" sleep 60000";
-  LogCapture log;
-  const DWORD started = ::GetTickCount();
-  EXPECT_FALSE(RunDeletionWithChildProcesses(first, second, target, 3000, kDeleteFileOperation));
-  EXPECT_LT(::GetTickCount() - started, 10000u);
-  EXPECT_EQ(log.Lines(), (std::vector<std::wstring>{
-                             L"Attempting to delete file using child process: " + target,
-                             L"Executing command: " + first, L"Child process successfully delete file",
-                             L"Child process reported success but target still exists: " + target,
-                             L"Trying PowerShell delete file method", L"Executing PowerShell command: " + second,
-                             L"Child process timed out, terminating it",
-                             L"All multi-process delete file methods failed for: " + target}));
+  const std::wstring hang = Quoted(CopyHelperAs(dir.Child(hangName))) + L" sleep 60000";
+  const auto exits = [](int code) { return Quoted(BinFile(L"helper_proc.exe")) + L" exit " + std::to_wstring(code); };
+  const std::wstring deletes = SystemCmdCommandLine(L"del /F /Q " + Quoted(target));
+  const std::wstring remains = L"reported success but target still exists: " + target;
+  const std::wstring failed = L"All multi-process delete file methods failed for: " + target;
+  const auto row = [&](const std::wstring& cmd, const std::wstring& powerShell, const std::vector<Fault>& faults,
+                       bool result, const std::vector<std::wstring>& lines) {
+    dir.WriteFile(L"target.txt");
+    const DWORD started = ::GetTickCount();
+    const auto logged = LinesUnder(faults, [&] {
+      EXPECT_EQ(RunDeletionWithChildProcesses(cmd, powerShell, target, 3000, kDeleteFileOperation), result);
+    });
+    EXPECT_TRUE(LinesInOrder(logged, lines));
+    EXPECT_LT(::GetTickCount() - started, 10000u);
+  };
+  row(exits(0), hang, {}, false,
+      {L"Attempting to delete file using child process: " + target, L"Executing command: " + exits(0),
+       L"Child process successfully delete file", L"Child process " + remains, L"Trying PowerShell delete file method",
+       L"Executing PowerShell command: " + hang, L"Child process timed out, terminating it", failed});
+  row(exits(3), exits(0), {}, false,
+      {L"Child process failed with exit code: 3", L"PowerShell process successfully delete file",
+       L"PowerShell process " + remains, failed});
+  row(exits(0), exits(7), {}, false, {L"PowerShell process failed with exit code: 7", failed});
+  row(exits(9), deletes, {}, true, {L"Target deletion verified using PowerShell: " + target});
+  const std::wstring notStarted = L"Failed to create child process for delete file, error: 5";
+  row(exits(0), exits(0), {{L"CreateProcessW", ERROR_ACCESS_DENIED}}, false, {notStarted, notStarted, failed});
   // Termination is not waited for; give it a moment to leave the list.
   for (int i = 0; i < 20 && IsProcessRunning(hangName); ++i) ::Sleep(100);
   EXPECT_FALSE(IsProcessRunning(hangName));

@@ -13,26 +13,15 @@ namespace oru::test {
 namespace {
 
 TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseUpTo256CharactersQualify) {
-  const struct {
-    const char* name;
-    std::vector<std::wstring> folders;
-    std::vector<std::wstring> files;
-    bool expected;
-  } cases[] = {
-      {"lower case", {L"uninstall"}, {}, true},
-      {"mixed case", {L"UnInstall"}, {}, true},
-      {"empty directory", {}, {}, true},
-      {"with a file", {L"uninstall"}, {L"left.log"}, false},
-      {"with a second folder", {L"uninstall", L"1.0"}, {}, false},
-      {"file named uninstall", {}, {L"uninstall"}, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  // "name\" is a folder, anything else a file.
+  const auto qualifies = [](std::initializer_list<std::wstring> entries) {
     TempDir dir;
-    for (const auto& folder : c.folders) dir.MakeDir(folder);
-    for (const auto& file : c.files) dir.WriteFile(file);
-    EXPECT_EQ(NeedsSelfDeleteUninstall(dir.path()), c.expected);
-  }
+    for (const std::wstring& entry : entries) entry.ends_with(L'\\') ? dir.MakeDir(entry) : dir.WriteFile(entry);
+    return NeedsSelfDeleteUninstall(dir.path());
+  };
+  EXPECT_TRUE(qualifies({L"uninstall\\"}) && qualifies({L"UnInstall\\"}) && qualifies({}));
+  EXPECT_FALSE(qualifies({L"uninstall\\", L"left.log"}) || qualifies({L"uninstall\\", L"1.0\\"}) ||
+               qualifies({L"uninstall"}));
   // The same qualifying directory, named by 256 characters and by 257 (a
   // trailing backslash the listing would accept): only the length differs.
   TempDir dir;
@@ -59,6 +48,13 @@ TEST(SelfDeleteScript, IsUtf8WithBomCrLfAndSinglePercentSigns) {
   EXPECT_EQ(SelfDeleteCommandLine(L"C:\\a b\\_deldir.bat", L"C:\\a b", L"C:\\t\\w_cwd", L"C:\\t\\w"),
             L"\"" + SystemDirectoryFile(L"cmd.exe") +
                 L"\" /D /V:OFF /C \"\"C:\\a b\\_deldir.bat\" \"C:\\a b\" \"C:\\t\\w_cwd\" \"C:\\t\\w\"\"");
+  // A script that cannot be opened is neither written nor started, and says
+  // nothing beyond its first line.
+  ::DeleteFileW(dir.Child(L"_deldir.bat").c_str());
+  EXPECT_EQ(LinesUnder({{L"_wfopen", ERROR_ACCESS_DENIED}},
+                       [&] { EXPECT_FALSE(CreateAndRunSelfDeleteDirScript(dir.path(), dir.path())); }),
+            std::vector<std::wstring>{L"CreateAndRunSelfDeleteDirScript " + dir.path()});
+  EXPECT_FALSE(Exists(dir.Child(L"_deldir.bat")));
 }
 
 }  // namespace

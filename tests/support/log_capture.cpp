@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <list>
 #include <sstream>
 
 #include "common/strings.h"
+#include "inject/fault_injector.h"
 #include "log/setup_logger.h"
 #include "support/test_paths.h"
 
@@ -54,6 +56,32 @@ bool LogCapture::HasFragment(std::wstring_view fragment) const {
 size_t LogCapture::Count(std::wstring_view line) const {
   const auto lines = Lines();
   return static_cast<size_t>(std::count(lines.begin(), lines.end(), line));
+}
+
+std::vector<std::wstring> LinesUnder(const std::vector<Fault>& faults, const std::function<void()>& action) {
+  const LogCapture log;
+  {
+    std::list<ScopedFault> active;
+    for (const Fault& f : faults) active.emplace_back(f.function, f.error, f.occurrence, f.path);
+    action();
+  }
+  // Read once the faults are gone: reading the log makes calls of its own.
+  return log.Lines();
+}
+
+::testing::AssertionResult LinesInOrder(const std::vector<std::wstring>& lines,
+                                        const std::vector<std::wstring>& expected) {
+  auto at = lines.begin();
+  for (const std::wstring& line : expected) {
+    at = std::find(at, lines.end(), line);
+    if (at == lines.end()) {
+      auto failure = ::testing::AssertionFailure() << "missing or out of order: " << WideToUtf8(line) << "\nlogged:";
+      for (const std::wstring& logged : lines) failure << "\n  " << WideToUtf8(logged);
+      return failure;
+    }
+    ++at;
+  }
+  return ::testing::AssertionSuccess();
 }
 
 }  // namespace oru::test

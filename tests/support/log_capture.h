@@ -4,6 +4,9 @@
 // capture in a test process opens the log in a private file; each capture
 // sees only the lines written after it was made.
 
+#include <gtest/gtest.h>
+
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +30,23 @@ class LogCapture {
   std::wstring path_;
   size_t start_ = 0;
 };
+
+// A row of a component's failure table: `function` fails with `error` at its
+// `occurrence`-th call whose path argument holds `path` (0: at every such
+// call), for real, through inject/fault_injector.h.
+struct Fault {
+  const wchar_t* function;
+  unsigned long error;
+  unsigned occurrence = 0;
+  std::wstring path = {};
+};
+
+// The lines logged while `action` ran with every one of `faults` in place.
+std::vector<std::wstring> LinesUnder(const std::vector<Fault>& faults, const std::function<void()>& action);
+
+// Success when each of `expected` is a whole line of `lines`, in this order.
+::testing::AssertionResult LinesInOrder(const std::vector<std::wstring>& lines,
+                                        const std::vector<std::wstring>& expected);
 
 // The raw bytes of a file; empty when it cannot be read.
 [[nodiscard]] std::string ReadFileBytes(const std::wstring& path);

@@ -34,11 +34,26 @@ TEST(ProcessTest, OnlyTheExactImageNameMatches) {
   }
 }
 
+// Every instance is killed, with one wait for them all. Before that, a
+// process list that cannot be read, and instances that will not be opened or
+// will not die: each said, and nothing counts as killed.
 TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
   TempDir dir;
   const std::wstring exe = CopyHelperAs(dir.Child(kApp));
   ChildProcess first = ChildProcess::Sleeper(exe);
   ChildProcess second = ChildProcess::Sleeper(exe);
+  const std::wstring kill = L"Attempting to kill process: oru.stravo.exe";
+  EXPECT_EQ(
+      LinesUnder({{L"CreateToolhelp32Snapshot", ERROR_NOT_ENOUGH_MEMORY}},
+                 [] { EXPECT_FALSE(IsProcessRunning(kApp) || KillProcess(kApp)); }),
+      (std::vector<std::wstring>{L"Checking if process is running: oru.stravo.exe",
+                                 L"Failed to create process snapshot.", kill, L"Failed to create process snapshot."}));
+  for (const auto& [function, text] : {std::pair{L"OpenProcess", L"Failed to open process for termination: "},
+                                       std::pair{L"TerminateProcess", L"Failed to terminate process: "}}) {
+    const std::wstring line = text + std::wstring(kApp);
+    EXPECT_EQ(LinesUnder({{function, ERROR_ACCESS_DENIED}}, [] { EXPECT_FALSE(KillProcess(kApp)); }),
+              (std::vector<std::wstring>{kill, line, line, L"Process not found for killing: oru.stravo.exe"}));
+  }
   ASSERT_TRUE(first.Running() && second.Running());
   LogCapture log;
 

@@ -46,13 +46,18 @@ class ReporterWithLibraries : public ::testing::Test {
 
 TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParametersThenTheQueue) {
   const std::wstring keep = dir_.WriteFile(L"sdk 遥测\\tavrin\\keep.txt");
+  LogCapture log;
   reporter_.Report("uninstall_started", {{"force_kill", "false"}, {"silent_oru", "true"}});
   reporter_.Report("bare", {});
   EXPECT_TRUE(Trace().empty());
-
   ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
   EXPECT_TRUE(reporter_.PendingEvents().empty());
   EXPECT_TRUE(Exists(keep)) << "an existing data folder is used as it is";
+  EXPECT_TRUE(LinesInOrder(log.Lines(), {L"[延迟上报 | +0ms] uninstall_started (待 Tavrin 初始化后发送)",
+                                         L"[延迟上报 | +0ms] bare (待 Tavrin 初始化后发送)", L"初始化成功!",
+                                         L"[批量上报开始 | +0ms] 共 2 个延迟事件",
+                                         L"  [上报 1/2 | +0ms] uninstall_started", L"  [上报 2/2 | +0ms] bare"}));
+  EXPECT_TRUE(log.HasFragment(L"[批量上报完成 | +0ms] 已发送 2/2 个事件 | 批量耗时: "));
 
   const auto calls = Trace();
   ASSERT_EQ(calls.size(), 5u);
@@ -87,7 +92,9 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
 
 TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnce) {
   ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
+  LogCapture log;
   reporter_.Report("plain", {{"result", "pass"}});
+  EXPECT_TRUE(log.Has(L"[上报开始 | +0ms] plain"));
   reporter_.Report("own_mode", {{"install_mode", "silent"}});
   std::string key(300, 'k');
   key[254] = 'K';  // the last byte that fits
@@ -117,35 +124,33 @@ TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnc
   EXPECT_EQ(reporter_.PendingEvents()[0].name, "after_shutdown");
 }
 
-// A file named tavrin_sdk.dll that is no library, or the stand-in without
-// TV_GetTavrinDeviceId (which loads): none is called, nothing stays bound,
-// and events stay queued.
-TEST(EventReporterFailures, AnUnusableLibraryIsFreedAndEventsStayQueued) {
+// A library that will not load, one without TV_GetTavrinDeviceId, a data
+// folder that cannot be made: none is started, and events stay queued. Only
+// the last leaves the library loaded, its entry points bound.
+TEST(EventReporterFailures, AnUnusableLibraryIsNeverStartedAndEventsStayQueued) {
   auto& reporter = EventReporter::GetInstance();
-  for (const bool loads : {false, true}) {
-    SCOPED_TRACE(loads);
-    TempDir dir;
-    const std::wstring trace = StageTavrin(dir.path(), kTavrinStubNoDeviceId);
-    if (!loads) dir.WriteFile(L"tavrin_sdk.dll", "this is not a library\x01\x02\xff");
+  TempDir dir;
+  const std::wstring trace = StageTavrin(dir.path()), library = dir.Child(L"tavrin_sdk.dll");
+  const auto row = [&](const Fault& fault, bool bound, const std::vector<std::wstring>& lines) {
     EventCapture events;
-    LogCapture log;
-    reporter.Report("early", {});
-    EXPECT_FALSE(reporter.Init(dir.path()));
-    EXPECT_FALSE(tavrin::CanReport()) << "no entry point of a freed library stays bound";
-    reporter.Report("late", {});
-    reporter.Uninit();
-    EXPECT_EQ(log.Has(L"加载 SDK 失败! dll 路径：" + dir.Child(L"tavrin_sdk.dll")), !loads);
-    EXPECT_EQ(log.HasFragment(L"[WARNING] DllLoader: 加载 DLL 失败: " + dir.Child(L"tavrin_sdk.dll") + L", 错误码: "),
-              !loads);
-    EXPECT_EQ(log.Has(L"获取 Tavrin SDK 函数指针失败!"), loads);
-    EXPECT_EQ(log.Has(L"DllLoader: 成功释放 DLL"), loads);
-    EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK or TV_UninitSDK";
+    const auto logged = LinesUnder({fault}, [&] {
+      reporter.Report("early", {});
+      EXPECT_FALSE(reporter.Init(dir.path()));
+      reporter.Report("late", {});
+    });
+    EXPECT_TRUE(LinesInOrder(logged, lines));
+    EXPECT_EQ(tavrin::CanReport(), bound);
+    EXPECT_TRUE(ReadTrace(trace).empty()) << "not even TV_InitSDK";
     EXPECT_EQ(events.Events(), (std::vector<std::string>{"early", "late"}));
-  }
+  };
+  row({L"LoadLibraryExW", ERROR_BAD_EXE_FORMAT, 0, L"tavrin_sdk"}, false,
+      {L"[WARNING] DllLoader: 加载 DLL 失败: " + library + L", 错误码: 193", L"加载 SDK 失败! dll 路径：" + library});
+  row({L"GetProcAddress", ERROR_PROC_NOT_FOUND, 0, L"TV_GetTavrinDeviceId"}, false,
+      {L"获取 Tavrin SDK 函数指针失败!", L"DllLoader: 成功释放 DLL"});
+  row({L"CreateDirectoryW", ERROR_ACCESS_DENIED, 0, L"\\tavrin"}, true,
+      {L"创建文件夹失败!" + dir.Child(L"tavrin") + L", error: 5"});
   // A relative folder is refused though the current one holds the stand-in.
-  const TempDir current;
-  StageTavrin(current.path());
-  ASSERT_TRUE(::SetCurrentDirectoryW(current.path().c_str()));
+  ASSERT_TRUE(::SetCurrentDirectoryW(dir.path().c_str()));
   const LogCapture log;
   EXPECT_FALSE(reporter.Init(L"."));
   EXPECT_TRUE(log.HasFragment(L"Refused to load a DLL not named by an absolute local path: .\\tavrin_sdk.dll, "));

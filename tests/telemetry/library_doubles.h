@@ -10,7 +10,6 @@
 
 namespace oru::test {
 
-inline constexpr wchar_t kTavrinStubNoDeviceId[] = L"tavrin_sdk_no_device_id.dll";
 inline constexpr wchar_t kDorvidStubA1Fails[] = L"dorvid_a1_fails.dll";
 inline constexpr wchar_t kDorvidStubAsync[] = L"dorvid_async.dll";
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "common/strings.h"
-#include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "workspace/component_staging.h"
@@ -13,8 +12,8 @@
 namespace oru::test {
 namespace {
 
-// Any two of the five libraries are enough; a file another process holds
-// open is tried three times, then counted as failed.
+// Any two of the five libraries are enough; a copy refused three times (a
+// file in use) is counted as failed, one refused once is tried again.
 TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   TempDirectoryManager workspace([](const std::wstring&, std::uint64_t& available) {
     available = 1ULL << 40;
@@ -25,32 +24,30 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   // A read-only copy left by an earlier attempt is replaced.
   ASSERT_TRUE(WriteFileAt(staged(L"dorvid.dll"), "stale"));
   ::SetFileAttributesW(staged(L"dorvid.dll").c_str(), FILE_ATTRIBUTE_READONLY);
-  const struct {
-    bool firstLocked;
-    bool enough;
-    const wchar_t* summary;  // null: no version folder at all
-    std::vector<std::wstring> names;
-  } cases[] = {
-      {false, true, L"Tavrin 文件复制完成: 成功 2 个，失败 0 个", {L"crellix_logger.dll", L"vantor.dll"}},
-      {false, false, L"Tavrin 文件复制完成: 成功 1 个，失败 0 个", {L"tavrin_sdk.dll"}},
-      {true, true, L"Tavrin 文件复制完成: 成功 2 个，失败 1 个", {L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"}},
-      {false, false, nullptr, {}}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.names.size());
+  const std::wstring failed = L"    CopyFile 失败，错误码: 32", second = L"    重试复制文件 (第 2 次)...";
+  // `faults` fall on the first file's copy; the summary's last words, the
+  // counts, close `lines`.
+  const auto row = [&](const std::vector<Fault>& faults, bool enough, const std::vector<std::wstring>& names,
+                       std::vector<std::wstring> lines) {
     TempDir installed;
-    for (const auto& name : c.names) installed.WriteFile(L"1.0\\" + name, WideToUtf8(name));
-    ChildProcess holder;
-    if (c.firstLocked) holder = ChildProcess::HoldFile(installed.Child(L"1.0\\" + c.names[0]));
-    LogCapture log;
-
-    EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), c.enough);
-    for (size_t i = c.firstLocked ? 1 : 0; i < c.names.size(); ++i) {
-      EXPECT_EQ(ReadFileBytes(staged(c.names[i])), WideToUtf8(c.names[i]));
+    for (const auto& name : names) installed.WriteFile(L"1.0\\" + name, WideToUtf8(name));
+    if (names.empty()) lines.back() += installed.Child(L"1.0");
+    const auto logged =
+        LinesUnder(faults, [&] { EXPECT_EQ(CopyTavrinFiles(workspace, installed.Child(L"1.0")), enough); });
+    for (size_t i = faults.empty() ? 0 : 1; i < names.size(); ++i) {
+      EXPECT_EQ(ReadFileBytes(staged(names[i])), WideToUtf8(names[i]));
     }
-    EXPECT_EQ(log.Count(L"    CopyFile 失败，错误码: 32"), c.firstLocked ? 3u : 0u);
-    EXPECT_TRUE(c.summary != nullptr ? log.Has(c.summary)
-                                     : log.Has(L"[ERROR] 源 Tavrin 目录不存在: " + installed.Child(L"1.0")));
-  }
+    EXPECT_TRUE(LinesInOrder(logged, lines));
+  };
+  const std::wstring copied = L"Tavrin 文件复制完成: 成功 ";
+  row({}, true, {L"crellix_logger.dll", L"vantor.dll"}, {copied + L"2 个，失败 0 个"});
+  row({}, false, {L"tavrin_sdk.dll"}, {copied + L"1 个，失败 0 个"});
+  row({{L"CopyFileW", 32, 0, L"tavrin_sdk.dll"}}, true, {L"tavrin_sdk.dll", L"dorvid.dll", L"vantor.dll"},
+      {failed, second, failed, L"    重试复制文件 (第 3 次)...", failed, L"[ERROR]   ✗ 复制失败",
+       copied + L"2 个，失败 1 个"});
+  row({{L"CopyFileW", 32, 1}}, true, {L"dorvid.dll", L"vantor.dll"},
+      {failed, second, L"  ✓ 复制成功", copied + L"2 个，失败 0 个"});
+  row({}, false, {}, {L"[ERROR] 源 Tavrin 目录不存在: "});
 }
 
 }  // namespace

@@ -2,8 +2,7 @@
 // same arguments, each call written to the trace named by ORU_TAVRIN_TRACE.
 // Records are decoded from their documented byte offsets, not the
 // uninstaller's structures, so a layout mistake shows as a mismatch; the
-// configuration goes on as raw bytes. TAVRIN_STUB_NO_DEVICE_ID drops
-// TV_GetTavrinDeviceId.
+// configuration goes on as raw bytes.
 
 #include <windows.h>
 
@@ -67,11 +66,9 @@ __declspec(dllexport) int TV_SetCommonParams(const void* records, std::uint32_t 
   return 0;
 }
 
-#ifndef TAVRIN_STUB_NO_DEVICE_ID
 __declspec(dllexport) const char* TV_GetTavrinDeviceId() {
   Trace().Line("call TV_GetTavrinDeviceId");
   return "tv-stub-device";
 }
-#endif
 
 }  // extern "C"
