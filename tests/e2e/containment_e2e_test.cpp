@@ -298,17 +298,24 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
 
 // A version.dll beside the uninstaller, preferred to the system's, is never
 // called. Wine reads that order from the registry; its user32 maps the copy.
+// Nor is a companion there found that the telemetry library loads by name.
 TEST(Containment, ALibraryPlantedBesideTheUninstallerIsNeverCalled) {
   const std::wstring appDefaults = L"Software\\Wine\\AppDefaults\\oru_uninstall.exe";
   StagedInstall install;
   const std::wstring trace = LocalAppData() + L"\\planted_trace.txt";  // a sentinel: a call changes it
   install.AddSentinel(trace);
-  ASSERT_TRUE(
-      ::CopyFileW(BinFile(L"planted_version.dll").c_str(), (install.uninstallDir + L"\\version.dll").c_str(), FALSE));
+  for (const wchar_t* name : {L"\\version.dll", L"\\crellix_logger.dll"}) {
+    ASSERT_TRUE(::CopyFileW(BinFile(L"planted_version.dll").c_str(), (install.uninstallDir + name).c_str(), FALSE));
+  }
   SetValue(appDefaults + L"\\DllOverrides", L"version", L"native,builtin");
-  ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_PLANTED_DLL_TRACE", trace}}), install.installPath);
+  ExpectContained(install,
+                  install.Run(L"--silent-oru", {{L"ORU_PLANTED_DLL_TRACE", trace},
+                                                {L"ORU_TAVRIN_LOAD_BY_NAME", L"crellix_logger.dll"}}),
+                  install.installPath);
   ::RegDeleteTreeW(HKEY_CURRENT_USER, appDefaults.c_str());
   EXPECT_TRUE(Has(install.FinalLog(), "从 EXE 读取到版本号: ")) << "the system's version.dll answers";
+  EXPECT_TRUE(Has(install.TavrinTrace(), "call TV_InitSDK"));
+  EXPECT_FALSE(Has(install.TavrinTrace(), "loaded by name"));
 }
 
 // A second uninstaller started while the first waits for setup.exe leaves the

@@ -49,5 +49,8 @@ class ScopedFault {
 // Calls of `function` made since the import table was patched (0 when it is
 // not patched or `function` is not covered).
 [[nodiscard]] unsigned CallCount(std::wstring_view function);
+// Milliseconds Sleep was asked to wait since then, before any shortening: a
+// wait shows without being timed.
+[[nodiscard]] unsigned long long SleptMilliseconds();
 
 }  // namespace oru::test

@@ -2,9 +2,11 @@
 #include <windows.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/strings.h"
+#include "inject/fault_injector.h"
 #include "support/child_process.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -50,6 +52,23 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
     EXPECT_EQ(log.Count(L"    CopyFile 失败，错误码: 32"), c.firstLocked ? 3u : 0u);
     EXPECT_TRUE(c.summary != nullptr ? log.Has(c.summary)
                                      : log.Has(L"[ERROR] 源 Tavrin 目录不存在: " + installed.Child(L"1.0")));
+  }
+}
+
+// A copy refused once waits 100 ms before its second attempt; refused every
+// time, 200 ms more before its third, and no more.
+TEST(Staging, EachRetryOfACopyWaitsLongerThanTheOneBefore) {
+  TempDirectoryManager workspace([](const std::wstring&, std::uint64_t& available) {
+    available = 1ULL << 40;
+    return true;
+  });
+  ASSERT_TRUE(workspace.Initialize(0, false));
+  TempDir installed;
+  installed.WriteFile(L"tavrin_sdk.dll");
+  for (const auto& [refusals, waited] : {std::pair{1u, 100ull}, std::pair{0u, 300ull}}) {
+    const ScopedFault denied{L"CopyFileW", ERROR_ACCESS_DENIED, refusals};
+    (void)CopyTavrinFiles(workspace, installed.path());
+    EXPECT_EQ(SleptMilliseconds(), waited) << refusals;
   }
 }
 

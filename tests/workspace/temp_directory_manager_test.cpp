@@ -162,5 +162,16 @@ TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
   EXPECT_TRUE(log.Has(workspace_text::kDeleteLinkOnly + tree + L"\\link"));
 }
 
+// An earlier workspace that is a link and will not go - Windows denies the
+// removal of another user's - is never used through.
+TEST(WorkspaceLinks, AnEarlierWorkspaceThatIsALinkAndStaysIsNotUsed) {
+  TempDir target, dir;
+  DirectoryLink earlier(dir.Child(L"OruSetup_1"), target.path());
+  if (!earlier.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
+  const ScopedFault denied{L"RemoveDirectoryW", ERROR_ACCESS_DENIED, 0, L"OruSetup_1"};
+  TempDirectoryManager manager;
+  EXPECT_FALSE(manager.CreateHiddenDirectory(dir.Child(L"OruSetup_1")));
+}
+
 }  // namespace
 }  // namespace oru::test

@@ -3,7 +3,9 @@
 // Records are decoded from their documented byte offsets, not the
 // uninstaller's structures, so a layout mistake shows as a mismatch; the
 // configuration goes on as raw bytes. TAVRIN_STUB_NO_DEVICE_ID drops
-// TV_GetTavrinDeviceId.
+// TV_GetTavrinDeviceId. ORU_TAVRIN_LOAD_BY_NAME names a companion library that
+// TV_InitSDK loads by its bare name, as a closed library may; "loaded by name"
+// in the trace says the process's search order found one.
 
 #include <windows.h>
 
@@ -46,6 +48,10 @@ __declspec(dllexport) int TV_InitSDK(const void* config) {
   trace.Line("call TV_InitSDK");
   if (config == nullptr) return -1;
   trace.Bytes("config", config, kConfigSize);
+  wchar_t companion[MAX_PATH] = {};
+  if (::GetEnvironmentVariableW(L"ORU_TAVRIN_LOAD_BY_NAME", companion, MAX_PATH) > 0 && ::LoadLibraryW(companion)) {
+    trace.Line("loaded by name");
+  }
   return 0;
 }
 
