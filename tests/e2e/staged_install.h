@@ -1,16 +1,11 @@
 #pragma once
 
-// A per-user installation of the product staged from scratch in the test
-// prefix, the way its installer leaves it, plus a way to run the real
-// uninstaller on it as the product's Uninstall entry would:
-//   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\Installer\setup.exe  (stand-in)
-//   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\<the five libraries>  (stand-ins)
-//   %LOCALAPPDATA%\Oru.stravo\Application\uninstall\oru_uninstall.exe
-// with the registry keys the uninstaller reads and deletes, and sentinels
-// outside it that must survive every run: beside and above it, in %TEMP%, in
-// the test's own working directory, in
-// the browser profile (Oru.stravo\User Data) and in another vendor's product
-// (%LOCALAPPDATA%\Other Vendor\App) that has its own Installer\setup.exe.
+// The product installed per user as its installer leaves it - in
+// %LOCALAPPDATA%\Oru.stravo\Application: <pv>\Installer\setup.exe and the five
+// libraries (stand-ins), uninstall\oru_uninstall.exe - with the registry keys
+// the uninstaller reads and deletes, and sentinels that must survive every
+// run: beside and above it, in %TEMP%, in the test's working directory, in
+// the browser profile and in another vendor's product with its own setup.exe.
 
 #include <windows.h>
 
@@ -27,8 +22,7 @@
 
 namespace oru::test {
 
-// The version a staged installation has unless told otherwise (its pv and
-// version folder).
+// The pv (and version folder) of a staged installation unless told otherwise.
 inline constexpr wchar_t kStagedPv[] = L"1.4.2.7";
 
 // Environment variables for a run, read by the stand-ins.
@@ -40,6 +34,7 @@ struct StageOptions {
   bool setupExe = true;      // the stand-in setup.exe
   // Only what a failed browser uninstall leaves: uninstall\ and <pv>\Installer\setup.exe.
   bool leftoversOnly = false;
+  bool injected = false;  // the uninstaller built with the fault injector
 };
 
 class StagedInstall {
@@ -49,12 +44,11 @@ class StagedInstall {
   StagedInstall(const StagedInstall&) = delete;
   StagedInstall& operator=(const StagedInstall&) = delete;
 
-  // Runs `exe` in `currentDir` with `args`; the stand-ins read `env`.
-  // `whileRunning` is called once the process has started, before the wait.
-  // Returns the exit code; 0xFFFFFFFF when it could not be started.
+  // Runs `exe` in `currentDir` with `args` and `env` (read by the stand-ins),
+  // calling `whileRunning` before the wait; 0xFFFFFFFF: it never started.
   DWORD Run(const std::wstring& args, const Env& env = {}, const std::function<void()>& whileRunning = {});
 
-  // The log the run left: the file that OruInstallLogPath names, read whole.
+  // The file OruInstallLogPath names, read whole.
   [[nodiscard]] std::string FinalLog() const;
   [[nodiscard]] std::wstring FinalLogPath() const;
 
@@ -64,24 +58,19 @@ class StagedInstall {
   // True when every sentinel is byte-identical and the unrelated registry key untouched.
   [[nodiscard]] bool SentinelsIntact() const;
 
-  // Writes a sentinel file (and its folders); removed with the staging.
+  // Each removed with the staging: a sentinel file; another vendor's product
+  // (a sentinel and an Installer\setup.exe whose runs land in ForeignTrace());
+  // a directory link (false when it could not be made; removed first).
   void AddSentinel(const std::wstring& path);
-  // Another vendor's product in dir: a sentinel and Installer\setup.exe, a
-  // setup stand-in whose runs land in ForeignTrace(). Removed with the staging.
   void PlantForeignProduct(const std::wstring& dir);
   [[nodiscard]] std::string ForeignTrace() const { return ReadFileBytes(foreignTrace_); }
-  // A directory link, removed (before anything else) with the staging; false
-  // when it could not be made.
   bool Link(const std::wstring& link, const std::wstring& target);
 
-  // True when the run's log says it started the self-deleting script for
-  // dir; the script is then waited for (bounded) until it has removed its
-  // own file and the run's folders, so that its work, and any damage, shows.
+  // True when the log says the self-deleting script started for dir; the
+  // script is then waited for (bounded), so that its work, and any damage, shows.
   [[nodiscard]] bool SelfDeleteStarted(const std::wstring& dir) const;
-  // Folders of the uninstaller's own left in %TEMP% (OruSetup_*) and in
-  // %LOCALAPPDATA%\OruSetup: workspaces and working folders.
+  // Workspaces and working folders left in %TEMP% and %LOCALAPPDATA%\OruSetup.
   [[nodiscard]] static std::vector<std::wstring> OwnFoldersLeft();
-
   // Entries left in the installation directory, "[DIR] name" / "[FILE] name".
   [[nodiscard]] std::vector<std::wstring> Remaining(const std::wstring& relative = L"") const;
 
@@ -99,12 +88,26 @@ class StagedInstall {
   std::vector<std::unique_ptr<DirectoryLink>> links_;
 };
 
-// Registry helpers for HKCU.
-[[nodiscard]] bool KeyExists(const std::wstring& subKey);
+// setup.exe's exit code, and what it leaves of the product's registration
+// ("remove", "empty", "keep"). A failed browser uninstall (20) is followed by
+// the clean-up, after which the self-deleting script may start.
+[[nodiscard]] Env SetupExits(unsigned code, const wchar_t* registration = L"remove");
+inline const Env kFailedBrowserUninstall = SetupExits(20);
+
+// Exit code 0, the log whole where the registry names it, every sentinel
+// intact, no other vendor's setup.exe started, no working folder left (call
+// SelfDeleteStarted first when the script may take it).
+void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode);
+
 // True when a log (UTF-8) holds `fragment`.
 [[nodiscard]] inline bool Has(std::string_view text, std::string_view fragment) {
   return text.find(fragment) != std::string_view::npos;
 }
+// Each fragment in text (UTF-8); a missing one is named.
+void ExpectHas(std::string_view text, const std::vector<std::wstring>& fragments);
+
+// Registry helpers for HKCU.
+[[nodiscard]] bool KeyExists(const std::wstring& subKey);
 [[nodiscard]] std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name);
 void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value);
 

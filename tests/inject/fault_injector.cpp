@@ -110,7 +110,7 @@ struct Slot {
 constinit std::array<Slot, kRowCount> slots;
 constinit int patchedBy = 0;  // ScopedFaults alive, or 1 for the environment's plan
 constinit unsigned long sleepDivisor = 1;
-constinit std::atomic<unsigned long long> sleptMs{0};  // as asked, before shortening
+constinit std::atomic<unsigned long long> sleptMs{0};    // as asked, before shortening
 constinit HANDLE record = nullptr;                       // none, or the open record
 constinit decltype(&::WriteFile) writeRecord = nullptr;  // taken before any slot changed
 
