@@ -1,7 +1,5 @@
 // Damaged and hostile installations through the real executable: records,
-// links and folder shapes that would lead the uninstaller outside its own
-// installation. Whatever the row, the run is orderly (ExpectOrderlyRun):
-// nothing outside the product changes, no other vendor's setup.exe starts.
+// links and folder shapes that would lead the uninstaller outside its own.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -30,25 +28,18 @@ TEST(Containment, TheTestPrefixReachesNothingButItsOwnDriveC) {
   EXPECT_EQ(BinDir().substr(0, 3) + std::filesystem::current_path().wstring().substr(0, 3), L"C:\\C:\\");
 }
 
-// Records, links and shapes that would lead the uninstaller outside its
-// installation, each towards another vendor's product whose files must stay
-// whole. A refused record counts as a missing one: nothing run or deleted,
-// the log beside the uninstaller (each rule alone is
-// InstallationRecord.EachRefusalRuleRefusesOnItsOwn; "." resolves, from the
-// current folder, to the real installation). A link on the record's own path
-// refuses it; any other is left alone. The self-deleting script is for this
-// uninstaller's own installation only: no row starts it, though most leave
-// the shape that qualifies it.
+// Each row leads towards another vendor's product. A refused record (each
+// rule alone: InstallationRecord) counts as missing; so does a link on its
+// path, any other link is left alone. No row starts the self-deleting script.
 TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
   const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application", none;
   const std::wstring target = local + L"\\Linked Vendor\\App", logs = TempFolder() + L"\\OruSetupLogs";
   const std::wstring linkedTemp = local + L"\\Linked Temp", percentTemp = local + L"\\Temp 50%";
   const std::wstring tripwires = local + L"\\tripwire_trace.txt";
-  // %LOCALAPPDATA% is <profile>\AppData\Local.
   const std::wstring profile = std::filesystem::path(local).parent_path().parent_path().wstring();
   // A prefix whose shell folders still lead to the host's home is no place for these rows.
   ASSERT_EQ(::GetFileAttributesW(profile.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u);
-  // The record names `path` and `pv`, another product waits at `bait`, the run starts in `cwd`.
+  // Another product waits at `bait`; the run starts in `cwd`.
   const auto record = [](std::wstring path, std::wstring pv, std::wstring bait, std::wstring cwd = {}) {
     return [=](StagedInstall& i) {
       SetValue(kProductKey, kInstallPathValue, path);
@@ -58,7 +49,7 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
       return true;
     };
   };
-  const auto link = [&](std::wstring at, std::wstring to, bool replace = false) {
+  const auto link = [](std::wstring at, std::wstring to, bool replace = false) {
     return [=](StagedInstall& i) {
       if (replace) RemoveTree(at);
       return i.Link(at, to);
@@ -67,10 +58,7 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
   const std::wstring refused = L"Installation record refused, treated as missing: ";
   ChildProcess* holder = nullptr;  // holds a file open through the run
   const std::wstring version = app + L"\\" + kStagedPv, uninstall = app + L"\\uninstall";
-  // What a row expects: its record still holds and setup.exe runs; nothing
-  // below the installation goes or is scheduled and the product's keys stay;
-  // it stages only what a failed browser uninstall leaves, the shape after
-  // which the script would start.
+  // setup.exe runs; nothing below the installation goes, not even at reboot; only leftovers staged.
   enum : unsigned { kSetupRuns = 1, kUntouched = 2, kLeftovers = 4 };
   struct Row {
     std::string name;
@@ -129,8 +117,7 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
        }},
       {"% in the install path", kSetupRuns | kLeftovers, noEnv, L"Successfully deleted version directory: ", nothing,
        local + L"\\Oru.stravo\\Oru %TEMP% App"},
-      // The script's working folder would carry it: refused before anything
-      // below the installation is removed.
+      // Its working folder would carry it into the script: nothing below the installation goes.
       {"% in the temporary folder", kSetupRuns | kLeftovers, tempWithPercent, none,
        [&](StagedInstall& i) {
          i.AddSentinel(percentTemp + L"\\keep.txt");
@@ -142,10 +129,8 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
          i.AddSentinel(local + L"\\User Project\\Uninstall\\notes.txt");
          return record(local + L"\\User Project", kStagedPv, none)(i);
        }},
-      // A standard user may not schedule deletions for the reboot (injected):
-      // setup.exe, held open, neither starts nor goes by any fallback; the
-      // cmd.exe and powershell.exe planted beside the uninstaller and in the
-      // folder it is started from never run (their trace is a sentinel).
+      // No reboot scheduling for a standard user (injected): the held setup.exe
+      // survives every fallback; the planted cmd.exe and powershell.exe never run.
       {"a standard user's locked setup.exe", kUntouched | kLeftovers, standardUser,
        L"Skipping version directory deletion because setup.exe deletion failed",
        [&](StagedInstall& i) {
@@ -163,7 +148,6 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    // Built with the fault injector, which two rows need; the same run otherwise.
     StagedInstall install({row.installPath, L"", true, (row.expects & kLeftovers) != 0, true});
     ChildProcess held;
     holder = &held;
@@ -192,15 +176,9 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
   }
 }
 
-// A failed browser uninstall (20) leaves setup.exe and uninstall\: the
-// clean-up removes the version folder, then the uninstaller removes what is
-// left itself - shapes only extended-length paths reach, or deep enough to
-// send Wine's "rd /s" into its working directory - before the script starts
-// in a folder of the run's own and takes the rest. A record in another
-// spelling of the folder (short, other letter case, hand-edited) is judged as
-// the folder it names. Nothing outside changes, the log is kept outside what
-// the script removes, and nothing is left of the product or of any run, an
-// earlier one cut short included, but the directory Wine's script stands in.
+// After a failed browser uninstall the uninstaller removes the remains itself
+// - shapes only extended-length paths reach, or deep enough to send Wine's
+// "rd /s" into its working directory - and the script takes the rest.
 TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
   const std::wstring reserved[] = {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log", L"name.", L"name "};
   const std::wstring product = LocalAppData() + L"\\Oru.stravo\\";
@@ -245,22 +223,18 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
          SetValue(kProductKey, kInstallPathValue, upper);
          return i.installPath != upper;
        }},
-      // A standard user (injected), after an earlier run that was cut short:
-      // its folders are swept, and a file held open in uninstall\ cannot be
-      // scheduled for the reboot either, yet the script starts.
+      // A standard user after a run cut short: a held file that cannot be
+      // scheduled for the reboot (injected) does not stop the script.
       {"an earlier run's folders, a held file, a hand-edited record",
        L"",
        L"",
        [&](auto& i) {
-         for (const std::wstring& stale :
-              {TempFolder() + L"\\OruSetup_99990\\tavrin\\dorvid.dll", TempFolder() + L"\\OruSetup_99990_cwd\\x",
-               LocalAppData() + L"\\OruSetup\\Temp_99991_cwd\\x"}) {
-           if (!WriteFileAt(stale)) return false;
-         }
          std::wstring recorded = i.installPath + L"/";
          std::replace(recorded.begin(), recorded.end(), L'\\', L'/');
          SetValue(kProductKey, kInstallPathValue, recorded);
-         return WriteFileAt(held) && (holder = ChildProcess::HoldFile(held)).valid();
+         return WriteFileAt(TempFolder() + L"\\OruSetup_99990\\tavrin\\dorvid.dll") &&
+                WriteFileAt(LocalAppData() + L"\\OruSetup\\Temp_99991_cwd\\x") && WriteFileAt(held) &&
+                (holder = ChildProcess::HoldFile(held)).valid();
        },
        {{L"ORU_FAULT", L"MoveFileExW:5:*:chrome_uninstall.log"}},
        L"Failed to schedule file deletion on reboot: " + held},
@@ -281,14 +255,12 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
     ExpectOrderlyRun(install, exitCode);
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
     EXPECT_EQ(install.OwnFoldersLeft(), std::vector<std::wstring>{});
-    // Whatever the record's spelling (the line may keep its letter case):
-    // Windows would move the running uninstaller into %TEMP% rather than fail.
+    // The line may keep the record's letter case.
     std::string log = install.FinalLog(),
                 kept = WideToUtf8(L"Kept while the uninstaller still needs it: " + install.exe);
     for (std::string* text : {&log, &kept}) std::transform(text->begin(), text->end(), text->begin(), ::tolower);
     EXPECT_TRUE(Has(log, kept));
-    // The removal of the remains, after the telemetry library is gone,
-    // queues no event that nothing would ever send.
+    // The remains go after the telemetry library: no event is queued.
     EXPECT_FALSE(Has(log.substr(log.find("tavrin sdk cleanup completed")), "延迟上报"));
     ExpectHas(install.FinalLog(), {L"Installation directory is in minimal state, safe to cleanup",
                                    L"Successfully deleted version directory: ",
@@ -297,9 +269,8 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
   }
 }
 
-// A version.dll beside the uninstaller, preferred to the system's, is never
-// called. Wine reads that order from the registry; its user32 maps the copy.
-// Nor is a companion there found that the telemetry library loads by name.
+// A version.dll beside the uninstaller, preferred to the system's (Wine's
+// user32 maps it), is never called; nor is a library loaded by name found there.
 TEST(Containment, ALibraryPlantedBesideTheUninstallerIsNeverCalled) {
   const std::wstring appDefaults = L"Software\\Wine\\AppDefaults\\oru_uninstall.exe";
   StagedInstall install;
@@ -317,8 +288,7 @@ TEST(Containment, ALibraryPlantedBesideTheUninstallerIsNeverCalled) {
   EXPECT_FALSE(Has(install.TavrinTrace(), "loaded by name"));
 }
 
-// A second uninstaller started while the first waits for setup.exe leaves the
-// first one's log alone and runs nothing.
+// A second uninstaller, started while the first waits, touches nothing.
 TEST(Containment, OneUninstallerAtATime) {
   StagedInstall install;
   const Env env{{L"ORU_SETUP_STUB_DELAY_MS", L"4000"}, {L"ORU_SETUP_STUB_EXIT_CODE", L"19"}};
@@ -332,17 +302,14 @@ TEST(Containment, OneUninstallerAtATime) {
   ExpectOrderlyRun(install, first);
   EXPECT_EQ(second, 0u);
   const std::string trace = install.SetupTrace(), log = install.FinalLog();
-  EXPECT_TRUE(Has(log, "setup.exe exitCode: 19")) << "the late setup.exe was waited for";
   EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 1) << trace;
-  // The runs differ in one option, which each run's log repeats near its
-  // start: the first run's log is whole and holds nothing of the second.
-  EXPECT_NE(log.find("是否保留用户数据: 0"), std::string::npos) << log;
-  EXPECT_EQ(log.find("是否保留用户数据: 1"), std::string::npos) << log;
+  // The late setup.exe was waited for; the runs differ in one option, which each log repeats.
+  ExpectHas(log, {L"setup.exe exitCode: 19", L"是否保留用户数据: 0"});
+  EXPECT_FALSE(Has(log, "是否保留用户数据: 1")) << log;
 }
 
-// An uninstaller of another token - an elevated one, another account in the
-// session - made the mutex, and this user may not open it: busy all the
-// same. An empty access list lets nobody but its maker in.
+// An uninstaller of another token made the mutex and this user may not open
+// it (an empty access list): busy all the same.
 TEST(Containment, AMutexThatCannotBeOpenedMeansAnotherUninstallerRuns) {
   StagedInstall install;
   PSECURITY_DESCRIPTOR descriptor = nullptr;

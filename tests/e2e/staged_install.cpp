@@ -26,8 +26,7 @@ void Copy(const std::wstring& from, const std::wstring& to) {
   ::CopyFileW(from.c_str(), ExtendedLengthPath(to).c_str(), FALSE);
 }
 
-// scripts/test stages the signed release executable through this variable
-// for one run, so that signing can never break the program unnoticed.
+// scripts/test stages the signed release executable through this variable.
 std::wstring UninstallerToStage(bool injected) {
   if (injected) return BinFile(L"oru_uninstall_injected.exe");
   wchar_t path[MAX_PATH * 4] = {};
@@ -36,8 +35,7 @@ std::wstring UninstallerToStage(bool injected) {
 }
 
 void DeleteProductKeys() {
-  for (const wchar_t* key :
-       {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
+  for (auto key : {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, key);
   }
 }
@@ -95,8 +93,7 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
 
   RemoveTree(installPath);
   DeleteProductKeys();
-  // Wine has no timeout.exe: without one the self-deleting script would not
-  // wait for the uninstaller to exit, as it does on Windows.
+  // Wine has no timeout.exe, which the self-deleting script waits with.
   const std::wstring timeout = SystemDirectoryFile(L"timeout.exe");
   if (!Exists(timeout)) ::CopyFileW(BinFile(L"timeout_stub.exe").c_str(), timeout.c_str(), TRUE);
 

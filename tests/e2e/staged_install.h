@@ -22,10 +22,8 @@
 
 namespace oru::test {
 
-// The pv (and version folder) of a staged installation unless told otherwise.
 inline constexpr wchar_t kStagedPv[] = L"1.4.2.7";
 
-// Environment variables for a run, read by the stand-ins.
 using Env = std::map<std::wstring, std::wstring>;
 
 struct StageOptions {
@@ -44,19 +42,16 @@ class StagedInstall {
   StagedInstall(const StagedInstall&) = delete;
   StagedInstall& operator=(const StagedInstall&) = delete;
 
-  // Runs `exe` in `currentDir` with `args` and `env` (read by the stand-ins),
-  // calling `whileRunning` before the wait; 0xFFFFFFFF: it never started.
+  // Runs `exe` in `currentDir`, calling `whileRunning` before the wait.
   DWORD Run(const std::wstring& args, const Env& env = {}, const std::function<void()>& whileRunning = {});
 
-  // The file OruInstallLogPath names, read whole.
-  [[nodiscard]] std::string FinalLog() const;
+  [[nodiscard]] std::string FinalLog() const;  // the file OruInstallLogPath names
   [[nodiscard]] std::wstring FinalLogPath() const;
 
   [[nodiscard]] std::string SetupTrace() const { return ReadFileBytes(setupTrace_); }
   [[nodiscard]] std::string TavrinTrace() const { return ReadFileBytes(tavrinTrace_); }
 
-  // True when every sentinel is byte-identical and the unrelated registry key untouched.
-  [[nodiscard]] bool SentinelsIntact() const;
+  [[nodiscard]] bool SentinelsIntact() const;  // and the unrelated registry key
 
   // Each removed with the staging: a sentinel file; another vendor's product
   // (a sentinel and an Installer\setup.exe whose runs land in ForeignTrace());
@@ -66,18 +61,16 @@ class StagedInstall {
   [[nodiscard]] std::string ForeignTrace() const { return ReadFileBytes(foreignTrace_); }
   bool Link(const std::wstring& link, const std::wstring& target);
 
-  // True when the log says the self-deleting script started for dir; the
-  // script is then waited for (bounded), so that its work, and any damage, shows.
+  // When it did, the script is waited for, so that its work (and damage) shows.
   [[nodiscard]] bool SelfDeleteStarted(const std::wstring& dir) const;
   // Workspaces and working folders left in %TEMP% and %LOCALAPPDATA%\OruSetup.
   [[nodiscard]] static std::vector<std::wstring> OwnFoldersLeft();
-  // Entries left in the installation directory, "[DIR] name" / "[FILE] name".
+  // "[DIR] name" / "[FILE] name" in the installation directory.
   [[nodiscard]] std::vector<std::wstring> Remaining(const std::wstring& relative = L"") const;
 
   std::wstring installPath, pv, versionDir, setupExe, uninstallDir, exe, currentDir;
 
  private:
-  // Records the outermost folder of path that does not exist yet, for removal.
   void Plant(const std::wstring& path);
 
   std::wstring productRoot_;
@@ -88,9 +81,8 @@ class StagedInstall {
   std::vector<std::unique_ptr<DirectoryLink>> links_;
 };
 
-// setup.exe's exit code, and what it leaves of the product's registration
-// ("remove", "empty", "keep"). A failed browser uninstall (20) is followed by
-// the clean-up, after which the self-deleting script may start.
+// setup.exe's exit code, and what it leaves of the registration ("remove",
+// "empty", "keep"). After a failed browser uninstall (20) comes the clean-up.
 [[nodiscard]] Env SetupExits(unsigned code, const wchar_t* registration = L"remove");
 inline const Env kFailedBrowserUninstall = SetupExits(20);
 
@@ -99,14 +91,12 @@ inline const Env kFailedBrowserUninstall = SetupExits(20);
 // SelfDeleteStarted first when the script may take it).
 void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode);
 
-// True when a log (UTF-8) holds `fragment`.
 [[nodiscard]] inline bool Has(std::string_view text, std::string_view fragment) {
   return text.find(fragment) != std::string_view::npos;
 }
-// Each fragment in text (UTF-8); a missing one is named.
 void ExpectHas(std::string_view text, const std::vector<std::wstring>& fragments);
 
-// Registry helpers for HKCU.
+// In HKCU.
 [[nodiscard]] bool KeyExists(const std::wstring& subKey);
 [[nodiscard]] std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name);
 void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value);
