@@ -40,7 +40,8 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
   // A prefix whose shell folders still lead to the host's home is no place for these rows.
   ASSERT_EQ(::GetFileAttributesW(profile.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u);
   // Another product waits at `bait`; the run starts in `cwd`.
-  const auto record = [](std::wstring path, std::wstring pv, std::wstring bait, std::wstring cwd = {}) {
+  const auto record = [](const std::wstring& path, const std::wstring& pv, const std::wstring& bait,
+                         const std::wstring& cwd = {}) {
     return [=](StagedInstall& i) {
       SetValue(kProductKey, kInstallPathValue, path);
       SetValue(kProductKey, kProductVersionValue, pv);
@@ -49,7 +50,7 @@ TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
       return true;
     };
   };
-  const auto link = [](std::wstring at, std::wstring to, bool replace = false) {
+  const auto link = [](const std::wstring& at, const std::wstring& to, bool replace = false) {
     return [=](StagedInstall& i) {
       if (replace) RemoveTree(at);
       return i.Link(at, to);
