@@ -1,10 +1,5 @@
 // Damaged and hostile installations through the real executable: records,
-// links and folder shapes that would lead the uninstaller outside its own
-// installation. Whatever the row, everything outside the product stays
-// byte-identical, no other vendor's setup.exe starts, the run exits 0 and the
-// registry names a log that exists. That a legitimate installation, recorded
-// with forward slashes and a trailing separator, still goes completely is
-// EndToEnd.FailedBrowserUninstallCleansUpAndStartsTheSelfDeletingScript.
+// links and folder shapes that would lead the uninstaller outside its own.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -17,218 +12,174 @@
 
 #include "staged_install.h"
 
+#include "common/path_rules.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
 #include "common/unique_handle.h"
+#include "support/child_process.h"
+#include "support/reboot_list.h"
 #include "support/test_paths.h"
 
 namespace oru::test {
 namespace {
-
-// A failed browser uninstall (20) is the answer after which the uninstaller
-// cleans up the installation and may start the self-deleting script.
-const Env kFailedBrowserUninstall{{L"ORU_SETUP_STUB_EXIT_CODE", L"20"}, {L"ORU_SETUP_STUB_REGISTRATION", L"remove"}};
-
-// What every row asserts. No self-deleting script may start for `doomed`
-// (empty: the row expects one).
-void ExpectContained(const StagedInstall& install, DWORD exitCode, const std::wstring& doomed) {
-  EXPECT_FALSE(!doomed.empty() && install.SelfDeleteStarted(doomed)) << WideToUtf8(doomed);
-  EXPECT_EQ(exitCode, 0u);
-  EXPECT_TRUE(install.SentinelsIntact());
-  EXPECT_EQ(install.ForeignTrace(), "") << "another vendor's setup.exe was started";
-  EXPECT_EQ(install.FinalLog().rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u)
-      << "no log at " << WideToUtf8(install.FinalLogPath());
-}
 
 TEST(Containment, TheTestPrefixReachesNothingButItsOwnDriveC) {
   EXPECT_EQ(::GetLogicalDrives(), 1u << 2) << "a drive beside C: (Z: would be the host's /)";
   EXPECT_EQ(BinDir().substr(0, 3) + std::filesystem::current_path().wstring().substr(0, 3), L"C:\\C:\\");
 }
 
-// A refused record is treated as a missing one: nothing run, nothing
-// deleted, the log beside the uninstaller. One row for each kind of hazard
-// (every rule alone is InstallationRecord.EachRefusalRuleRefusesOnItsOwn):
-// where the record leads, another vendor's product waits with its own
-// setup.exe; a relative record resolves, from the uninstaller's current
-// folder, to the real installation.
-TEST(Containment, RefusedInstallationRecordsAreTreatedAsMissing) {
-  const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application";
-  // %LOCALAPPDATA% is <profile>\AppData\Local.
+// Each row leads towards another vendor's product. A refused record (each
+// rule alone: InstallationRecord) counts as missing; so does a link on its
+// path, any other link is left alone. No row starts the self-deleting script.
+TEST(Containment, NothingOutsideTheInstallationIsEnteredRunOrRemoved) {
+  const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application", none;
+  const std::wstring target = local + L"\\Linked Vendor\\App", logs = TempFolder() + L"\\OruSetupLogs";
+  const std::wstring linkedTemp = local + L"\\Linked Temp", percentTemp = local + L"\\Temp 50%";
+  const std::wstring tripwires = local + L"\\tripwire_trace.txt";
   const std::wstring profile = std::filesystem::path(local).parent_path().parent_path().wstring();
-  struct Row {
-    std::wstring path, pv;
-    std::wstring bait;  // where a foreign product is planted
-    std::wstring cwd;
-  };
-  const std::wstring none;
-  std::vector<Row> rows = {
-      {L".", kStagedPv, none, app},
-      {L"\\\\.\\" + app, kStagedPv, none, none},
-      {L"C:\\", kStagedPv, L"C:\\" + std::wstring(kStagedPv), none},
-      {app, L"..", local + L"\\Oru.stravo", none},
-      {app, L"1.0.", app + L"\\1.0", none},
-      {profile, kStagedPv, profile + L"\\" + kStagedPv, none},
-  };
   // A prefix whose shell folders still lead to the host's home is no place for these rows.
   ASSERT_EQ(::GetFileAttributesW(profile.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT, 0u);
-  for (const Row& row : rows) {
-    SCOPED_TRACE(WideToUtf8(L"OruInstallPath " + row.path + L", pv " + row.pv));
-    StagedInstall install;
-    if (!row.bait.empty()) install.PlantForeignProduct(row.bait);
-    if (!row.cwd.empty()) install.currentDir = row.cwd;
-    SetValue(kProductKey, kInstallPathValue, row.path);
-    SetValue(kProductKey, kProductVersionValue, row.pv);
-    const auto before = install.Remaining(), versionBefore = install.Remaining(kStagedPv);
-
-    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), app);
-    EXPECT_FALSE(install.SelfDeleteStarted(install.currentDir));
-    EXPECT_EQ(install.SetupTrace(), "");
-    EXPECT_EQ(install.Remaining(), before);
-    EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
-    EXPECT_TRUE(KeyExists(kProductClassesKey));
-    EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
-    // Refused by its own rules, not only stopped by a later step's.
-    EXPECT_TRUE(Has(install.FinalLog(), "Installation record refused, treated as missing: "));
-  }
-}
-
-// A link at each level, each to another vendor's product whose files must
-// stay whole. A link on the record's own path refuses the record; any other
-// is left alone, and the self-deleting script never starts past one.
-TEST(Containment, LinksAreNeverEntered) {
-  // Built with the fault injector, which one row needs; the same run otherwise.
-  ::SetEnvironmentVariableW(L"ORU_E2E_UNINSTALLER", BinFile(L"oru_uninstall_injected.exe").c_str());
-  const std::wstring target = LocalAppData() + L"\\Linked Vendor\\App", logs = TempFolder() + L"\\OruSetupLogs";
-  struct Row {
-    const char* name;
-    bool setupRuns;      // the record still holds
-    bool leftoversOnly;  // the shape after which the script would start, but for the link
-    std::function<bool(StagedInstall&)> link;
-    Env env = {};
-    std::wstring logged = {};  // a line the run must have written
+  // Another product waits at `bait`; the run starts in `cwd`.
+  const auto record = [](const std::wstring& path, const std::wstring& pv, const std::wstring& bait,
+                         const std::wstring& cwd = {}) {
+    return [=](StagedInstall& i) {
+      SetValue(kProductKey, kInstallPathValue, path);
+      SetValue(kProductKey, kProductVersionValue, pv);
+      if (!bait.empty()) i.PlantForeignProduct(bait);
+      if (!cwd.empty()) i.currentDir = cwd;
+      return true;
+    };
   };
-  const std::wstring linkedTemp = LocalAppData() + L"\\Linked Temp";
+  const auto link = [](const std::wstring& at, const std::wstring& to, bool replace = false) {
+    return [=](StagedInstall& i) {
+      if (replace) RemoveTree(at);
+      return i.Link(at, to);
+    };
+  };
+  const std::wstring refused = L"Installation record refused, treated as missing: ";
+  ChildProcess* holder = nullptr;  // holds a file open through the run
+  const std::wstring version = app + L"\\" + kStagedPv, uninstall = app + L"\\uninstall";
+  // setup.exe runs; nothing below the installation goes, not even at reboot; only leftovers staged.
+  enum : unsigned { kSetupRuns = 1, kUntouched = 2, kLeftovers = 4 };
+  struct Row {
+    std::string name;
+    unsigned expects;
+    Env env;
+    std::wstring logged;  // a line the run must have written
+    std::function<bool(StagedInstall&)> prepare;
+    std::wstring installPath = {};
+  };
+  const auto nothing = [](StagedInstall&) { return true; };
+  const Env noEnv, tempLinked{{L"TEMP", linkedTemp}, {L"TMP", linkedTemp}};
+  const Env tempWithPercent{{L"TEMP", percentTemp}, {L"TMP", percentTemp}};
+  const Env noRoomInTemp{{L"ORU_FAULT", L"GetDiskFreeSpaceExW:112:1"}};
+  const Env standardUser{{L"ORU_TRIPWIRE_TRACE", tripwires}, {L"ORU_FAULT", L"MoveFileExW:5:*:setup.exe"}};
   const Row rows[] = {
-      {"inside the version folder", true, true,
-       [&](StagedInstall& i) { return i.Link(i.versionDir + L"\\linked", target); }},
-      {"as the version folder", false, true,
+      {"record .", kUntouched, noEnv, refused, record(L".", kStagedPv, none, app)},
+      {"record \\\\.\\", kUntouched, noEnv, refused, record(L"\\\\.\\" + app, kStagedPv, none)},
+      {"record C:\\", kUntouched, noEnv, refused, record(L"C:\\", kStagedPv, L"C:\\" + std::wstring(kStagedPv))},
+      {"pv ..", kUntouched, noEnv, refused, record(app, L"..", local + L"\\Oru.stravo")},
+      {"pv 1.0.", kUntouched, noEnv, refused, record(app, L"1.0.", app + L"\\1.0")},
+      {"record the profile", kUntouched, noEnv, refused, record(profile, kStagedPv, profile + L"\\" + kStagedPv)},
+      {"a link inside the version folder", kSetupRuns | kLeftovers, noEnv, none, link(version + L"\\linked", target)},
+      {"a link as the version folder", kUntouched | kLeftovers, noEnv, none, link(version, target, true)},
+      {"a link as Installer", kUntouched | kLeftovers, noEnv, none,
+       link(version + L"\\Installer", target + L"\\Installer", true)},
+      {"a link as the installation folder", kUntouched | kLeftovers, noEnv, none,
        [&](StagedInstall& i) {
-         RemoveTree(i.versionDir);
-         return i.Link(i.versionDir, target);
+         return record(local + L"\\Oru Link", kStagedPv, none)(i) && link(local + L"\\Oru Link", app)(i);
        }},
-      {"as Installer", false, true,
-       [&](StagedInstall& i) {
-         RemoveTree(i.versionDir + L"\\Installer");
-         return i.Link(i.versionDir + L"\\Installer", target + L"\\Installer");
-       }},
-      {"as the installation folder", false, true,
-       [&](StagedInstall& i) {
-         SetValue(kProductKey, kInstallPathValue, LocalAppData() + L"\\Oru Link");
-         return i.Link(LocalAppData() + L"\\Oru Link", i.installPath);
-       }},
-      {"inside uninstall", true, true, [&](StagedInstall& i) { return i.Link(i.uninstallDir + L"\\linked", target); }},
-      {"as uninstall, the uninstaller behind it", true, true,
+      {"a link inside uninstall", kSetupRuns | kLeftovers, noEnv, none, link(uninstall + L"\\linked", target)},
+      {"a link as uninstall, the uninstaller behind it", kSetupRuns | kLeftovers, noEnv, none,
        [&](StagedInstall& i) {
          i.AddSentinel(target + L"\\uninstall\\user file.txt");
          ::CopyFileW(i.exe.c_str(), (target + L"\\uninstall\\oru_uninstall.exe").c_str(), FALSE);
-         RemoveTree(i.uninstallDir);
-         return i.Link(i.uninstallDir, target + L"\\uninstall");
+         return link(uninstall, target + L"\\uninstall", true)(i);
        }},
-      {"as %TEMP%\\OruSetupLogs, a foreign oru_uninstall.log behind it", true, false,
+      {"a link as %TEMP%\\OruSetupLogs, a foreign oru_uninstall.log behind it", kSetupRuns, noEnv, none,
        [&](StagedInstall& i) {
          i.AddSentinel(target + L"\\oru_uninstall.log");
-         RemoveTree(logs);
-         return i.Link(logs, target);
+         return link(logs, target, true)(i);
        }},
-      {"named like a stale workspace", true, false,
-       [&](StagedInstall& i) { return i.Link(TempFolder() + L"\\OruSetup_99998", target); }},
+      {"a link named like a stale workspace", kSetupRuns, noEnv, none,
+       link(TempFolder() + L"\\OruSetup_99998", target)},
       // %TEMP% has no room, so the workspace would go there next.
-      {"as %LOCALAPPDATA%\\OruSetup, a foreign Temp_ folder behind it",
-       true,
-       false,
+      {"a link as %LOCALAPPDATA%\\OruSetup, a foreign Temp_ folder behind it", kSetupRuns, noRoomInTemp,
+       L"链接在路径上，不使用: " + local + L"\\OruSetup",
        [&](StagedInstall& i) {
          i.AddSentinel(target + L"\\Temp_99997\\keep.txt");
-         RemoveTree(LocalAppData() + L"\\OruSetup");
-         return i.Link(LocalAppData() + L"\\OruSetup", target);
-       },
-       {{L"ORU_FAULT", L"GetDiskFreeSpaceExW:112:1"}},
-       L"链接在路径上，不使用: " + LocalAppData() + L"\\OruSetup"},
-      {"as %TEMP% itself, a foreign OruSetup_ folder behind it",
-       true,
-       false,
+         return link(local + L"\\OruSetup", target, true)(i);
+       }},
+      {"a link as %TEMP% itself, a foreign OruSetup_ folder behind it", kSetupRuns, tempLinked,
+       L"链接在路径上，不使用: " + linkedTemp,
        [&](StagedInstall& i) {
          i.AddSentinel(target + L"\\OruSetup_99996\\keep.txt");
-         return i.Link(linkedTemp, target);
-       },
-       {{L"TEMP", linkedTemp}, {L"TMP", linkedTemp}},
-       L"链接在路径上，不使用: " + linkedTemp},
+         return link(linkedTemp, target)(i);
+       }},
+      {"% in the install path", kSetupRuns | kLeftovers, noEnv, L"Successfully deleted version directory: ", nothing,
+       local + L"\\Oru.stravo\\Oru %TEMP% App"},
+      // Its working folder would carry it into the script: nothing below the installation goes.
+      {"% in the temporary folder", kSetupRuns | kLeftovers, tempWithPercent, none,
+       [&](StagedInstall& i) {
+         i.AddSentinel(percentTemp + L"\\keep.txt");
+         i.AddSentinel(i.uninstallDir + L"\\logs\\a.txt");
+         return true;
+       }},
+      {"the uninstaller outside a user folder the record names, setup.exe missing", 0, noEnv, none,
+       [&](StagedInstall& i) {
+         i.AddSentinel(local + L"\\User Project\\Uninstall\\notes.txt");
+         return record(local + L"\\User Project", kStagedPv, none)(i);
+       }},
+      // No reboot scheduling for a standard user (injected): the held setup.exe
+      // survives every fallback; the planted cmd.exe and powershell.exe never run.
+      {"a standard user's locked setup.exe", kUntouched | kLeftovers, standardUser,
+       L"Skipping version directory deletion because setup.exe deletion failed",
+       [&](StagedInstall& i) {
+         i.AddSentinel(tripwires);
+         i.currentDir = local + L"\\Oru Start Folder";
+         i.AddSentinel(i.currentDir + L"\\keep.txt");
+         for (const std::wstring& dir : {i.uninstallDir, i.currentDir}) {
+           for (const wchar_t* name : {L"\\cmd.exe", L"\\powershell.exe"}) {
+             ::CopyFileW(BinFile(L"tripwire.exe").c_str(), (dir + name).c_str(), FALSE);
+           }
+         }
+         *holder = ChildProcess::HoldFile(i.setupExe);
+         return holder->valid();
+       }},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    StageOptions options;
-    options.leftoversOnly = row.leftoversOnly;
-    StagedInstall install(options);
+    StagedInstall install({row.installPath, L"", true, (row.expects & kLeftovers) != 0, true});
+    ChildProcess held;
+    holder = &held;
     install.PlantForeignProduct(target);
-    if (!row.link(install)) GTEST_SKIP() << "directory links can only be made under Wine here";
+    if (!row.prepare(install)) GTEST_SKIP() << "could not prepare: directory links can only be made under Wine here";
+    const auto before = install.Remaining(), versionBefore = install.Remaining(kStagedPv);
+    const std::wstring pending = PendingRenames();
 
     Env env = kFailedBrowserUninstall;
     env.insert(row.env.begin(), row.env.end());
-    ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath);
-    EXPECT_EQ(!install.SetupTrace().empty(), row.setupRuns);
+    ExpectOrderlyRun(install, install.Run(L"--silent-oru", env));
+    const std::string log = install.FinalLog();
+    EXPECT_FALSE(Has(log, "CreateAndRunSelfDeleteDirScript") || Has(log, "自毁脚本已启动")) << "script started";
+    EXPECT_EQ(!install.SetupTrace().empty(), (row.expects & kSetupRuns) != 0);
     EXPECT_FALSE(Exists(target + L"\\uninstall\\oru_uninstall.log")) << "log written through a link";
-    EXPECT_TRUE(Has(install.FinalLog(), WideToUtf8(row.logged)));
+    ExpectHas(log, {row.logged});
+    // The log stays beside the uninstaller, unless that is through a link.
+    if (!row.name.starts_with("a link as uninstall")) {
+      EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
+    }
+    if ((row.expects & kUntouched) == 0) continue;
+    EXPECT_EQ(install.Remaining(), before);
+    EXPECT_EQ(install.Remaining(kStagedPv), versionBefore);
+    EXPECT_EQ(PendingRenames(), pending);
+    EXPECT_TRUE(KeyExists(kProductClassesKey));
   }
 }
 
-// The script is for this uninstaller's own installation only. Both rows
-// leave a folder that holds nothing but an uninstall folder, the shape that
-// qualifies it.
-TEST(Containment, SelfDeleteOnlyForItsOwnInstallation) {
-  const std::wstring userFolder = LocalAppData() + L"\\User Project";
-  {
-    SCOPED_TRACE("% in the install path");
-    StageOptions options;
-    options.installPath = LocalAppData() + L"\\Oru.stravo\\Oru %TEMP% App";
-    options.leftoversOnly = true;
-    StagedInstall install(options);
-    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), install.installPath);
-    EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{L"[DIR] uninstall"});
-  }
-  {
-    // The script's working folder would carry it: refused before anything
-    // below the installation is removed, and never reported as started.
-    SCOPED_TRACE("% in the temporary folder");
-    StageOptions options;
-    options.leftoversOnly = true;
-    StagedInstall install(options);
-    ASSERT_TRUE(WriteFileAt(install.uninstallDir + L"\\logs\\a.txt"));
-    const std::wstring temp = LocalAppData() + L"\\Temp 50%";
-    ASSERT_TRUE(::CreateDirectoryW(temp.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS);
-    Env env = kFailedBrowserUninstall;
-    env[L"TEMP"] = env[L"TMP"] = temp;
-    ExpectContained(install, install.Run(L"--silent-oru", env), install.installPath);
-    RemoveTree(temp);
-    EXPECT_TRUE(Exists(install.uninstallDir + L"\\logs\\a.txt"));
-    EXPECT_EQ(install.FinalLogPath(), install.uninstallDir + L"\\oru_uninstall.log");
-    EXPECT_FALSE(Has(install.FinalLog(), "自毁脚本已启动"));
-  }
-  {
-    SCOPED_TRACE("the uninstaller outside a user folder the record names, setup.exe missing");
-    StagedInstall install;
-    install.AddSentinel(userFolder + L"\\Uninstall\\notes.txt");
-    SetValue(kProductKey, kInstallPathValue, userFolder);
-    ExpectContained(install, install.Run(L"--silent-oru", kFailedBrowserUninstall), userFolder);
-    EXPECT_EQ(install.SetupTrace(), "");
-  }
-}
-
-// Shapes only extended-length paths reach, or deep enough to send Wine's
-// "rd /s" into its working directory: the uninstaller removes them itself
-// before the script starts in a folder of the run's own. A record in another
-// spelling of the folder (short, other letter case) is judged as the folder
-// it names. Nothing outside changes (%TEMP% and this test's own folder
-// included), the log is where the registry says - outside what the script
-// removes - and nothing is left but the directory Wine's script stands in.
+// After a failed browser uninstall the uninstaller removes the remains itself
+// - shapes only extended-length paths reach, or deep enough to send Wine's
+// "rd /s" into its working directory - and the script takes the rest.
 TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
   const std::wstring reserved[] = {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log", L"name.", L"name "};
   const std::wstring product = LocalAppData() + L"\\Oru.stravo\\";
@@ -236,10 +187,14 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
     while (dir.size() < length) dir += L"\\" + std::wstring(60, L'd');
     return WriteFileAt(dir + L"\\f.txt");
   };
+  const std::wstring held = product + L"Application\\uninstall\\chrome_uninstall.log";
+  ChildProcess holder;
   struct Row {
     std::string name;
     std::wstring installPath, pv;
     std::function<bool(const StagedInstall&)> plant;
+    Env env = {};  // run with the fault injector
+    std::wstring logged = {};
   };
   std::vector<Row> rows = {
       {"a deep folder in uninstall", L"", L"", [&](auto& i) { return deep(i.uninstallDir + L"\\deep", 300); }},
@@ -269,50 +224,72 @@ TEST(Containment, SelfDeletingRunsRemoveEveryNameAndNothingOutside) {
          SetValue(kProductKey, kInstallPathValue, upper);
          return i.installPath != upper;
        }},
+      // A standard user after a run cut short: a held file that cannot be
+      // scheduled for the reboot (injected) does not stop the script.
+      {"an earlier run's folders, a held file, a hand-edited record",
+       L"",
+       L"",
+       [&](auto& i) {
+         std::wstring recorded = i.installPath + L"/";
+         std::replace(recorded.begin(), recorded.end(), L'\\', L'/');
+         SetValue(kProductKey, kInstallPathValue, recorded);
+         return WriteFileAt(TempFolder() + L"\\OruSetup_99990\\tavrin\\dorvid.dll") &&
+                WriteFileAt(LocalAppData() + L"\\OruSetup\\Temp_99991_cwd\\x") && WriteFileAt(held) &&
+                (holder = ChildProcess::HoldFile(held)).valid();
+       },
+       {{L"ORU_FAULT", L"MoveFileExW:5:*:chrome_uninstall.log"}},
+       L"Failed to schedule file deletion on reboot: " + held},
   };
   for (const wchar_t* pv : {L"nul", L"con", L"aux.txt", L"com1", L"lpt1.log"}) {
     rows.push_back({"the version folder " + WideToUtf8(pv), L"", pv, {}});
   }
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    StageOptions options{row.installPath, row.pv, true, true};
-    StagedInstall install(options);
+    StagedInstall install({row.installPath, row.pv, true, true, !row.env.empty()});
     ASSERT_TRUE(!row.plant || row.plant(install));
-    const std::wstring recorded = ReadValue(kProductKey, kInstallPathValue);
-    const DWORD exitCode = install.Run(L"--silent-oru", kFailedBrowserUninstall);
+    const std::wstring recorded = NormalizePath(ReadValue(kProductKey, kInstallPathValue));
+    Env env = kFailedBrowserUninstall;
+    env.insert(row.env.begin(), row.env.end());
+    const DWORD exitCode = install.Run(L"--silent-oru", env);
+    holder.Kill();  // Wine's "rd /s" would stop at it; Windows' goes on past it
     EXPECT_TRUE(install.SelfDeleteStarted(recorded));
-    ExpectContained(install, exitCode, L"");
+    ExpectOrderlyRun(install, exitCode);
     EXPECT_EQ(install.Remaining(), std::vector<std::wstring>{});
     EXPECT_EQ(install.OwnFoldersLeft(), std::vector<std::wstring>{});
-    // Whatever the record's spelling (the line may keep its letter case):
-    // Windows would move the running uninstaller into %TEMP% rather than fail.
+    // The line may keep the record's letter case.
     std::string log = install.FinalLog(),
                 kept = WideToUtf8(L"Kept while the uninstaller still needs it: " + install.exe);
     for (std::string* text : {&log, &kept}) std::transform(text->begin(), text->end(), text->begin(), ::tolower);
     EXPECT_TRUE(Has(log, kept));
-    // The removal of the remains, after the telemetry library is gone,
-    // queues no event that nothing would ever send.
+    // The remains go after the telemetry library: no event is queued.
     EXPECT_FALSE(Has(log.substr(log.find("tavrin sdk cleanup completed")), "延迟上报"));
+    ExpectHas(install.FinalLog(), {L"Installation directory is in minimal state, safe to cleanup",
+                                   L"Successfully deleted version directory: ",
+                                   L"Log kept outside the directory being removed: ", row.logged});
+    EXPECT_FALSE(install.FinalLogPath().starts_with(install.installPath));
   }
 }
 
-// A version.dll beside the uninstaller, preferred to the system's, is never
-// called. Wine reads that order from the registry; its user32 maps the copy.
+// A version.dll beside the uninstaller, preferred to the system's (Wine's
+// user32 maps it), is never called; nor is a library loaded by name found there.
 TEST(Containment, ALibraryPlantedBesideTheUninstallerIsNeverCalled) {
   const std::wstring appDefaults = L"Software\\Wine\\AppDefaults\\oru_uninstall.exe";
   StagedInstall install;
   const std::wstring trace = LocalAppData() + L"\\planted_trace.txt";  // a sentinel: a call changes it
   install.AddSentinel(trace);
-  ASSERT_TRUE(
-      ::CopyFileW(BinFile(L"planted_version.dll").c_str(), (install.uninstallDir + L"\\version.dll").c_str(), FALSE));
+  for (const wchar_t* name : {L"\\version.dll", L"\\crellix_logger.dll"}) {
+    ASSERT_TRUE(::CopyFileW(BinFile(L"planted_version.dll").c_str(), (install.uninstallDir + name).c_str(), FALSE));
+  }
   SetValue(appDefaults + L"\\DllOverrides", L"version", L"native,builtin");
-  ExpectContained(install, install.Run(L"--silent-oru", {{L"ORU_PLANTED_DLL_TRACE", trace}}), install.installPath);
+  ExpectOrderlyRun(install, install.Run(L"--silent-oru", {{L"ORU_PLANTED_DLL_TRACE", trace},
+                                                          {L"ORU_TAVRIN_LOAD_BY_NAME", L"crellix_logger.dll"}}));
   ::RegDeleteTreeW(HKEY_CURRENT_USER, appDefaults.c_str());
   EXPECT_TRUE(Has(install.FinalLog(), "从 EXE 读取到版本号: ")) << "the system's version.dll answers";
+  EXPECT_TRUE(Has(install.TavrinTrace(), "call TV_InitSDK"));
+  EXPECT_FALSE(Has(install.TavrinTrace(), "loaded by name"));
 }
 
-// A second uninstaller started while the first waits for setup.exe leaves the
-// first one's log alone and runs nothing.
+// A second uninstaller, started while the first waits, touches nothing.
 TEST(Containment, OneUninstallerAtATime) {
   StagedInstall install;
   const Env env{{L"ORU_SETUP_STUB_DELAY_MS", L"4000"}, {L"ORU_SETUP_STUB_EXIT_CODE", L"19"}};
@@ -323,20 +300,17 @@ TEST(Containment, OneUninstallerAtATime) {
     ASSERT_TRUE(Exists(runLog));
     second = install.Run(L"--silent-oru --keep-user-data", env);
   });
-  ExpectContained(install, first, install.installPath);
+  ExpectOrderlyRun(install, first);
   EXPECT_EQ(second, 0u);
   const std::string trace = install.SetupTrace(), log = install.FinalLog();
-  EXPECT_TRUE(Has(log, "setup.exe exitCode: 19")) << "the late setup.exe was waited for";
   EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 1) << trace;
-  // The runs differ in one option, which each run's log repeats near its
-  // start: the first run's log is whole and holds nothing of the second.
-  EXPECT_NE(log.find("是否保留用户数据: 0"), std::string::npos) << log;
-  EXPECT_EQ(log.find("是否保留用户数据: 1"), std::string::npos) << log;
+  // The late setup.exe was waited for; the runs differ in one option, which each log repeats.
+  ExpectHas(log, {L"setup.exe exitCode: 19", L"是否保留用户数据: 0"});
+  EXPECT_FALSE(Has(log, "是否保留用户数据: 1")) << log;
 }
 
-// An uninstaller of another token - an elevated one, another account in the
-// session - made the mutex, and this user may not open it: busy all the
-// same. An empty access list lets nobody but its maker in.
+// An uninstaller of another token made the mutex and this user may not open
+// it (an empty access list): busy all the same.
 TEST(Containment, AMutexThatCannotBeOpenedMeansAnotherUninstallerRuns) {
   StagedInstall install;
   PSECURITY_DESCRIPTOR descriptor = nullptr;

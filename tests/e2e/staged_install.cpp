@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include <gtest/gtest.h>
+
 #include "common/path_rules.h"
 #include "common/product_keys.h"
 #include "common/strings.h"
@@ -24,22 +26,40 @@ void Copy(const std::wstring& from, const std::wstring& to) {
   ::CopyFileW(from.c_str(), ExtendedLengthPath(to).c_str(), FALSE);
 }
 
-// scripts/test stages the signed release executable through this variable
-// for one run, so that signing can never break the program unnoticed.
-std::wstring UninstallerToStage() {
+// scripts/test stages the signed release executable through this variable.
+std::wstring UninstallerToStage(bool injected) {
+  if (injected) return BinFile(L"oru_uninstall_injected.exe");
   wchar_t path[MAX_PATH * 4] = {};
   const DWORD length = ::GetEnvironmentVariableW(L"ORU_E2E_UNINSTALLER", path, MAX_PATH * 4);
   return length > 0 && length < MAX_PATH * 4 ? std::wstring(path, length) : BinFile(L"oru_uninstall.exe");
 }
 
 void DeleteProductKeys() {
-  for (const wchar_t* key :
-       {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
+  for (auto key : {kProductKey, kUninstallRegistrationKey, kProductClassesKey, kMakerProductKey, kUnrelatedKey}) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, key);
   }
 }
 
 }  // namespace
+
+Env SetupExits(unsigned code, const wchar_t* registration) {
+  return {{L"ORU_SETUP_STUB_EXIT_CODE", std::to_wstring(code)}, {L"ORU_SETUP_STUB_REGISTRATION", registration}};
+}
+
+void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode) {
+  EXPECT_EQ(exitCode, 0u);
+  const std::string log = install.FinalLog();
+  EXPECT_EQ(log.rfind("\xEF\xBB\xBF=== ORU Setup Log ===\n", 0), 0u)
+      << "no log at " << WideToUtf8(install.FinalLogPath());
+  EXPECT_TRUE(Has(log, "Exiting uninstaller, temp directory will be cleaned up...\n"));
+  EXPECT_TRUE(install.SentinelsIntact());
+  EXPECT_EQ(install.ForeignTrace(), "") << "another vendor's setup.exe was started";
+  for (const std::wstring& left : install.OwnFoldersLeft()) EXPECT_FALSE(left.ends_with(L"_cwd")) << WideToUtf8(left);
+}
+
+void ExpectHas(std::string_view text, const std::vector<std::wstring>& fragments) {
+  for (const std::wstring& fragment : fragments) EXPECT_TRUE(Has(text, WideToUtf8(fragment))) << WideToUtf8(fragment);
+}
 
 bool KeyExists(const std::wstring& subKey) {
   UniqueRegKey key;
@@ -73,12 +93,11 @@ StagedInstall::StagedInstall(const StageOptions& options) : productRoot_(LocalAp
 
   RemoveTree(installPath);
   DeleteProductKeys();
-  // Wine has no timeout.exe: without one the self-deleting script would not
-  // wait for the uninstaller to exit, as it does on Windows.
+  // Wine has no timeout.exe, which the self-deleting script waits with.
   const std::wstring timeout = SystemDirectoryFile(L"timeout.exe");
   if (!Exists(timeout)) ::CopyFileW(BinFile(L"timeout_stub.exe").c_str(), timeout.c_str(), TRUE);
 
-  Copy(UninstallerToStage(), exe);
+  Copy(UninstallerToStage(options.injected), exe);
   if (options.setupExe) Copy(BinFile(L"setup_stub.exe"), setupExe);
   if (!options.leftoversOnly) {
     Copy(BinFile(L"tavrin_sdk.dll"), versionDir + L"\\tavrin_sdk.dll");

@@ -1,16 +1,11 @@
 #pragma once
 
-// A per-user installation of the product staged from scratch in the test
-// prefix, the way its installer leaves it, plus a way to run the real
-// uninstaller on it as the product's Uninstall entry would:
-//   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\Installer\setup.exe  (stand-in)
-//   %LOCALAPPDATA%\Oru.stravo\Application\<pv>\<the five libraries>  (stand-ins)
-//   %LOCALAPPDATA%\Oru.stravo\Application\uninstall\oru_uninstall.exe
-// with the registry keys the uninstaller reads and deletes, and sentinels
-// outside it that must survive every run: beside and above it, in %TEMP%, in
-// the test's own working directory, in
-// the browser profile (Oru.stravo\User Data) and in another vendor's product
-// (%LOCALAPPDATA%\Other Vendor\App) that has its own Installer\setup.exe.
+// The product installed per user as its installer leaves it - in
+// %LOCALAPPDATA%\Oru.stravo\Application: <pv>\Installer\setup.exe and the five
+// libraries (stand-ins), uninstall\oru_uninstall.exe - with the registry keys
+// the uninstaller reads and deletes, and sentinels that must survive every
+// run: beside and above it, in %TEMP%, in the test's working directory, in
+// the browser profile and in another vendor's product with its own setup.exe.
 
 #include <windows.h>
 
@@ -27,11 +22,8 @@
 
 namespace oru::test {
 
-// The version a staged installation has unless told otherwise (its pv and
-// version folder).
 inline constexpr wchar_t kStagedPv[] = L"1.4.2.7";
 
-// Environment variables for a run, read by the stand-ins.
 using Env = std::map<std::wstring, std::wstring>;
 
 struct StageOptions {
@@ -40,6 +32,7 @@ struct StageOptions {
   bool setupExe = true;      // the stand-in setup.exe
   // Only what a failed browser uninstall leaves: uninstall\ and <pv>\Installer\setup.exe.
   bool leftoversOnly = false;
+  bool injected = false;  // the uninstaller built with the fault injector
 };
 
 class StagedInstall {
@@ -49,46 +42,35 @@ class StagedInstall {
   StagedInstall(const StagedInstall&) = delete;
   StagedInstall& operator=(const StagedInstall&) = delete;
 
-  // Runs `exe` in `currentDir` with `args`; the stand-ins read `env`.
-  // `whileRunning` is called once the process has started, before the wait.
-  // Returns the exit code; 0xFFFFFFFF when it could not be started.
+  // Runs `exe` in `currentDir`, calling `whileRunning` before the wait.
   DWORD Run(const std::wstring& args, const Env& env = {}, const std::function<void()>& whileRunning = {});
 
-  // The log the run left: the file that OruInstallLogPath names, read whole.
-  [[nodiscard]] std::string FinalLog() const;
+  [[nodiscard]] std::string FinalLog() const;  // the file OruInstallLogPath names
   [[nodiscard]] std::wstring FinalLogPath() const;
 
   [[nodiscard]] std::string SetupTrace() const { return ReadFileBytes(setupTrace_); }
   [[nodiscard]] std::string TavrinTrace() const { return ReadFileBytes(tavrinTrace_); }
 
-  // True when every sentinel is byte-identical and the unrelated registry key untouched.
-  [[nodiscard]] bool SentinelsIntact() const;
+  [[nodiscard]] bool SentinelsIntact() const;  // and the unrelated registry key
 
-  // Writes a sentinel file (and its folders); removed with the staging.
+  // Each removed with the staging: a sentinel file; another vendor's product
+  // (a sentinel and an Installer\setup.exe whose runs land in ForeignTrace());
+  // a directory link (false when it could not be made; removed first).
   void AddSentinel(const std::wstring& path);
-  // Another vendor's product in dir: a sentinel and Installer\setup.exe, a
-  // setup stand-in whose runs land in ForeignTrace(). Removed with the staging.
   void PlantForeignProduct(const std::wstring& dir);
   [[nodiscard]] std::string ForeignTrace() const { return ReadFileBytes(foreignTrace_); }
-  // A directory link, removed (before anything else) with the staging; false
-  // when it could not be made.
   bool Link(const std::wstring& link, const std::wstring& target);
 
-  // True when the run's log says it started the self-deleting script for
-  // dir; the script is then waited for (bounded) until it has removed its
-  // own file and the run's folders, so that its work, and any damage, shows.
+  // When it did, the script is waited for, so that its work (and damage) shows.
   [[nodiscard]] bool SelfDeleteStarted(const std::wstring& dir) const;
-  // Folders of the uninstaller's own left in %TEMP% (OruSetup_*) and in
-  // %LOCALAPPDATA%\OruSetup: workspaces and working folders.
+  // Workspaces and working folders left in %TEMP% and %LOCALAPPDATA%\OruSetup.
   [[nodiscard]] static std::vector<std::wstring> OwnFoldersLeft();
-
-  // Entries left in the installation directory, "[DIR] name" / "[FILE] name".
+  // "[DIR] name" / "[FILE] name" in the installation directory.
   [[nodiscard]] std::vector<std::wstring> Remaining(const std::wstring& relative = L"") const;
 
   std::wstring installPath, pv, versionDir, setupExe, uninstallDir, exe, currentDir;
 
  private:
-  // Records the outermost folder of path that does not exist yet, for removal.
   void Plant(const std::wstring& path);
 
   std::wstring productRoot_;
@@ -99,12 +81,23 @@ class StagedInstall {
   std::vector<std::unique_ptr<DirectoryLink>> links_;
 };
 
-// Registry helpers for HKCU.
-[[nodiscard]] bool KeyExists(const std::wstring& subKey);
-// True when a log (UTF-8) holds `fragment`.
+// setup.exe's exit code, and what it leaves of the registration ("remove",
+// "empty", "keep"). After a failed browser uninstall (20) comes the clean-up.
+[[nodiscard]] Env SetupExits(unsigned code, const wchar_t* registration = L"remove");
+inline const Env kFailedBrowserUninstall = SetupExits(20);
+
+// Exit code 0, the log whole where the registry names it, every sentinel
+// intact, no other vendor's setup.exe started, no working folder left (call
+// SelfDeleteStarted first when the script may take it).
+void ExpectOrderlyRun(const StagedInstall& install, DWORD exitCode);
+
 [[nodiscard]] inline bool Has(std::string_view text, std::string_view fragment) {
   return text.find(fragment) != std::string_view::npos;
 }
+void ExpectHas(std::string_view text, const std::vector<std::wstring>& fragments);
+
+// In HKCU.
+[[nodiscard]] bool KeyExists(const std::wstring& subKey);
 [[nodiscard]] std::wstring ReadValue(const std::wstring& subKey, const std::wstring& name);
 void SetValue(const std::wstring& subKey, const std::wstring& name, const std::wstring& value);
 

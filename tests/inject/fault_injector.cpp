@@ -55,7 +55,7 @@ enum class Fails {
   kAllOnes,  // INVALID_HANDLE_VALUE, INVALID_FILE_ATTRIBUTES, WAIT_FAILED; SetLastError
   kStatus,   // returns the error itself (LSTATUS, SHCreateDirectoryExW)
   kHresult,  // returns HRESULT_FROM_WIN32(error)
-  kNever,    // Sleep: patched only to be shortened
+  kNever,    // Sleep: counted, its waits added up, and shortened
 };
 
 struct Row {
@@ -138,6 +138,7 @@ struct Slot {
 constinit std::array<Slot, kRowCount> slots;
 constinit int patchedBy = 0;  // ScopedFaults alive, or 1 for the environment's plan
 constinit unsigned long sleepDivisor = 1;
+constinit std::atomic<unsigned long long> sleptMs{0};    // as asked, before shortening
 constinit HANDLE record = nullptr;                       // none, or the open record
 constinit decltype(&::WriteFile) writeRecord = nullptr;  // taken before any slot changed
 
@@ -184,6 +185,8 @@ bool Intercept(size_t index, uintptr_t* args) {
   const Row& row = kRows[index];
   Slot& slot = slots[index];
   if (row.fails == Fails::kNever) {
+    ++slot.calls;
+    sleptMs += args[0];
     if (args[0] != INFINITE) args[0] /= sleepDivisor;
     return false;
   }
@@ -225,6 +228,7 @@ constexpr std::array<Function, kRowCount> kHooks = MakeHooks(std::make_index_seq
 
 void Patch() {
   if (patchedBy++ > 0) return;
+  sleptMs = 0;
   for (size_t i = 0; i < kRowCount; ++i) {
     Slot& slot = slots[i];
     slot.entry = FindImportSlot(kRows[i].name);
@@ -303,5 +307,7 @@ ScopedFault::~ScopedFault() {
   slots[row_].armed = false;
   Unpatch();
 }
+
+unsigned long long SleptMilliseconds() { return sleptMs.load(); }
 
 }  // namespace oru::test

@@ -45,4 +45,8 @@ class ScopedFault {
   int row_;
 };
 
+// Milliseconds Sleep was asked to wait since the import table was patched,
+// before any shortening: a wait shows without being timed.
+[[nodiscard]] unsigned long long SleptMilliseconds();
+
 }  // namespace oru::test

@@ -106,5 +106,14 @@ TEST(DeleteDirectoryTree, LinkIsRemovedWithoutTouchingItsTarget) {
   EXPECT_FALSE(log.HasFragment(L"Recursively deleting directory: " + root));
 }
 
+// A file link, as Windows lists one (Wine shows none): deleted as the file
+// it is, which removes the link, and never taken for a folder link.
+TEST(DeleteDirectoryTree, AFileLinkIsDeletedAsAFile) {
+  TempDir dir;
+  const std::wstring link = dir.WriteFile(L"file link");
+  EXPECT_TRUE(DeleteEntryUnreported(dir.path(), {L"file link", FILE_ATTRIBUTE_REPARSE_POINT}));
+  EXPECT_FALSE(Exists(link));
+}
+
 }  // namespace
 }  // namespace oru::test

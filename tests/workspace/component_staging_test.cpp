@@ -2,9 +2,11 @@
 #include <windows.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/strings.h"
+#include "inject/fault_injector.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 #include "workspace/component_staging.h"
@@ -48,6 +50,23 @@ TEST(Staging, AtLeastTwoFilesMustBeStaged) {
   row({{L"CopyFileW", 32, 1}}, true, {L"dorvid.dll", L"vantor.dll"},
       {failed, second, L"  ✓ 复制成功", copied + L"2 个，失败 0 个"});
   row({}, false, {}, {L"[ERROR] 源 Tavrin 目录不存在: "});
+}
+
+// A copy refused once waits 100 ms before its second attempt; refused every
+// time, 200 ms more before its third, and no more.
+TEST(Staging, EachRetryOfACopyWaitsLongerThanTheOneBefore) {
+  TempDirectoryManager workspace([](const std::wstring&, std::uint64_t& available) {
+    available = 1ULL << 40;
+    return true;
+  });
+  ASSERT_TRUE(workspace.Initialize(0, false));
+  TempDir installed;
+  installed.WriteFile(L"tavrin_sdk.dll");
+  for (const auto& [refusals, waited] : {std::pair{1u, 100ull}, std::pair{0u, 300ull}}) {
+    const ScopedFault denied{L"CopyFileW", ERROR_ACCESS_DENIED, refusals};
+    (void)CopyTavrinFiles(workspace, installed.path());
+    EXPECT_EQ(SleptMilliseconds(), waited) << refusals;
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/strings.h"
+#include "inject/fault_injector.h"
 #include "support/child_process.h"
 #include "support/directory_link.h"
 #include "support/log_capture.h"
@@ -156,6 +157,17 @@ TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
   EXPECT_TRUE(Exists(keep));
   EXPECT_FALSE(Exists(tree + L"\\own.dll"));
   EXPECT_TRUE(log.Has(workspace_text::kDeleteLinkOnly + tree + L"\\link"));
+}
+
+// An earlier workspace that is a link and will not go - Windows denies the
+// removal of another user's - is never used through.
+TEST(WorkspaceLinks, AnEarlierWorkspaceThatIsALinkAndStaysIsNotUsed) {
+  TempDir target, dir;
+  DirectoryLink earlier(dir.Child(L"OruSetup_1"), target.path());
+  if (!earlier.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
+  const ScopedFault denied{L"RemoveDirectoryW", ERROR_ACCESS_DENIED, 0, L"OruSetup_1"};
+  TempDirectoryManager manager;
+  EXPECT_FALSE(manager.CreateHiddenDirectory(dir.Child(L"OruSetup_1")));
 }
 
 }  // namespace

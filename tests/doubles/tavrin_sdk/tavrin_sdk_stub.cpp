@@ -2,7 +2,9 @@
 // same arguments, each call written to the trace named by ORU_TAVRIN_TRACE.
 // Records are decoded from their documented byte offsets, not the
 // uninstaller's structures, so a layout mistake shows as a mismatch; the
-// configuration goes on as raw bytes.
+// configuration goes on as raw bytes. ORU_TAVRIN_LOAD_BY_NAME names a companion
+// library that TV_InitSDK loads by its bare name, as a closed library may;
+// "loaded by name" in the trace says the process's search order found one.
 
 #include <windows.h>
 
@@ -45,6 +47,10 @@ __declspec(dllexport) int TV_InitSDK(const void* config) {
   trace.Line("call TV_InitSDK");
   if (config == nullptr) return -1;
   trace.Bytes("config", config, kConfigSize);
+  wchar_t companion[MAX_PATH] = {};
+  if (::GetEnvironmentVariableW(L"ORU_TAVRIN_LOAD_BY_NAME", companion, MAX_PATH) > 0 && ::LoadLibraryW(companion)) {
+    trace.Line("loaded by name");
+  }
   return 0;
 }
 
