@@ -209,4 +209,7 @@ MUTATIONS = [
     dict(name="missing-a1-counted-as-refused", file="src/identity/dorvid_binding.cpp",
          find="if (init == nullptr) return kDorvidInitExportMissing;",
          replace="if (init == nullptr) return kDorvidInitRejected;", tests="DorvidInitFailure"),
+    dict(name="final-event-without-its-error-type", file="src/app/uninstaller_main.cpp",
+         find='    params["error_type"] = kEventUninstallFailed;\n', replace="",
+         tests="EndToEnd.RunningApplicationIsKilledOnlyWithForce"),
 ]

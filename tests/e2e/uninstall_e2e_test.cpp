@@ -188,7 +188,8 @@ TEST(EndToEnd, RunningApplicationIsKilledOnlyWithForce) {
     EXPECT_FALSE(Has(afterKill, "registry: ")) << afterKill;
     EXPECT_TRUE(Has(afterKill, "检查是否需要自毁卸载，安装路径: \n")) << afterKill;
     ExpectHas(install.TavrinTrace(),
-              {L"uninstall_stop_app_fail", L"kill_failed", L"init_failed", LR"(key="result_code" value="4")"});
+              {L"uninstall_stop_app_fail", L"kill_failed", L"init_failed", LR"(key="result_code" value="4")",
+               LR"(key="error_type" value="uninstall_failed")"});
   }
 }
 
