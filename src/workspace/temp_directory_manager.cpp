@@ -24,6 +24,11 @@ using namespace workspace_support;
 constexpr wchar_t kPlace1Format[] = L"%ls\\OruSetup_%u";
 constexpr wchar_t kPlace2Format[] = L"%ls\\OruSetup\\Temp_%u";
 
+bool FormatWorkingFolder(wchar_t (&out)[kPathCapacity], const wchar_t* placeFormat, const wchar_t* folder) {
+  return FormatPath(out, placeFormat, folder, ProcessId()) &&
+         FormatPath(out, L"%ls%ls", std::wstring(out).c_str(), kWorkingFolderSuffix);
+}
+
 bool QuerySystemFreeSpace(const std::wstring& root, std::uint64_t& availableToCaller) {
   ULARGE_INTEGER available{};
   ULARGE_INTEGER total{};
@@ -211,17 +216,14 @@ bool TempDirectoryManager::TryCreateBesideExecutable() {
 // An empty folder needs no free space, only a place no link leads through.
 void TempDirectoryManager::CreateWorkingDirectory() {
   const std::wstring temp = SystemTempFolder();
-  if (!temp.empty() && !IsReparsePoint(temp) && FormatPath(workDir, kPlace1Format, temp.c_str(), ProcessId()) &&
-      FormatPath(workDir, L"%ls%ls", std::wstring(workDir).c_str(), kWorkingFolderSuffix) &&
+  if (!temp.empty() && !IsReparsePoint(temp) && FormatWorkingFolder(workDir, kPlace1Format, temp.c_str()) &&
       CreateHiddenDirectory(workDir)) {
     return;
   }
   wchar_t localAppData[MAX_PATH] = {};
   if (SUCCEEDED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, 0, localAppData)) &&
-      FormatPath(workDir, kPlace2Format, localAppData, ProcessId()) &&
-      FormatPath(workDir, L"%ls%ls", std::wstring(workDir).c_str(), kWorkingFolderSuffix) &&
-      FindLinkFrom(localAppData, workDir).empty() && CreateDirectoryTree(std::wstring(FolderPart(workDir))) &&
-      CreateHiddenDirectory(workDir)) {
+      FormatWorkingFolder(workDir, kPlace2Format, localAppData) && FindLinkFrom(localAppData, workDir).empty() &&
+      CreateDirectoryTree(std::wstring(FolderPart(workDir))) && CreateHiddenDirectory(workDir)) {
     return;
   }
   workDir[0] = L'\0';
