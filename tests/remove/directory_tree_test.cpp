@@ -12,13 +12,11 @@
 namespace oru::test {
 namespace {
 
-// Paths go into events as UTF-8; the Chinese folder name proves the
-// conversion. The subfolder, already gone, still gets a failed removal line.
-// A read-only file goes at once: the attribute is lifted from it alone.
+// The Chinese folder name proves the events' UTF-8. The subfolder, already
+// gone, still gets its failed removal line; a read-only file goes at once.
 TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound) {
   TempDir dir;
-  const std::wstring root = dir.MakeDir(L"root");
-  const std::wstring sub = root + L"\\数据";
+  const std::wstring root = dir.MakeDir(L"root"), sub = root + L"\\数据";
   const std::wstring inner = dir.WriteFile(L"root\\数据\\inner.txt");
   ::SetFileAttributesW(inner.c_str(), FILE_ATTRIBUTE_READONLY);
   EventCapture events;
@@ -29,14 +27,12 @@ TEST(DeleteDirectoryTree, NestedTreeIsRemovedWithEventsPerEntryThenCannotBeFound
   EXPECT_TRUE(log.Has(L"Failed to remove directory: " + sub + L", error: 2"));
 
   const std::string utf8Root = WideToUtf8(root), utf8Sub = WideToUtf8(sub), utf8Inner = WideToUtf8(inner);
-  EXPECT_EQ(events.Events(), (std::vector<std::string>{
-                                 "uninstall_delete_dir_start dir_path=" + utf8Root,
-                                 "uninstall_delete_dir_start dir_path=" + utf8Sub,
-                                 "uninstall_delete_file_start file_path=" + utf8Inner,
-                                 "uninstall_delete_file_done file_path=" + utf8Inner,
-                                 "uninstall_delete_dir_done dir_path=" + utf8Sub,
-                                 "uninstall_delete_dir_done dir_path=" + utf8Root,
-                             }));
+  EXPECT_EQ(
+      events.Events(),
+      (std::vector<std::string>{
+          "uninstall_delete_dir_start dir_path=" + utf8Root, "uninstall_delete_dir_start dir_path=" + utf8Sub,
+          "uninstall_delete_file_start file_path=" + utf8Inner, "uninstall_delete_file_done file_path=" + utf8Inner,
+          "uninstall_delete_dir_done dir_path=" + utf8Sub, "uninstall_delete_dir_done dir_path=" + utf8Root}));
 
   EventCapture again;
   EXPECT_FALSE(DeleteDirectoryTree(root));
@@ -72,13 +68,10 @@ TEST(DeleteDirectoryTree, EveryEntryThatStaysIsReportedWithItsReason) {
       "fail " + dirPath + " error=schedule_failed");
 }
 
-// tree\link and root are directory links to target, which holds the sentinel
-// that must survive the deletion of tree and of root.
 TEST(DeleteDirectoryTree, LinkIsRemovedWithoutTouchingItsTarget) {
   TempDir dir;
   const std::wstring sentinel = dir.WriteFile(L"target\\sentinel.txt", "keep");
-  const std::wstring tree = dir.MakeDir(L"tree");
-  const std::wstring link = tree + L"\\link";
+  const std::wstring tree = dir.MakeDir(L"tree"), link = tree + L"\\link";
   DirectoryLink made(link, dir.Child(L"target"));
   if (!made.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
 

@@ -33,45 +33,34 @@ std::wstring PinTempNames() {
 TEST(DeleteFileWithFallback, PlainFileGoesAtOnceReadOnlyFileMovesToAFreeTempName) {
   TempDir dir;
   const std::wstring base = L"b_" + std::to_wstring(::GetCurrentProcessId()) + L".txt";
-  const std::wstring manual = PinTempNames() + L"5012345_41_" + base;
-  const std::wstring fallback = PinTempNames() + L"fallback_5012345_" + base;
-  const struct {
-    std::wstring relative;
-    bool pause;
-    std::wstring temp;
-    bool clearsTaken;
-  } cases[] = {
-      {L"plain.txt", false, L"", false},
-      {L"logs\\" + base, false, manual, false},
-      {L"a.logs\\" + base, true, fallback, false},
-      {L"c\\" + base, false, fallback, true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(WideToUtf8(c.relative));
-    const std::wstring file = dir.WriteFile(c.relative);
-    if (!c.temp.empty()) ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
+  const std::wstring manual = PinTempNames() + L"5012345_41_" + base,
+                     fallback = PinTempNames() + L"fallback_5012345_" + base;
+  const auto row = [&](const std::wstring& relative, bool pause, const std::wstring& temp, bool clearsTaken) {
+    SCOPED_TRACE(WideToUtf8(relative));
+    const std::wstring file = dir.WriteFile(relative);
+    if (!temp.empty()) ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY);
     LogCapture log;
     EXPECT_TRUE(DeleteFileWithFallback(file));
     EXPECT_FALSE(Exists(file));
-    EXPECT_EQ(log.Has(L"Successfully deleted file directly: " + file), c.temp.empty());
-    EXPECT_EQ(log.Has(L"Detected log file, attempting to close any open handles"), c.pause);
-    EXPECT_EQ(log.Has(L"Temp file already exists, deleting: " + fallback), c.clearsTaken);
-    EXPECT_EQ(log.Has(L"Scheduled temp file deletion on reboot: " + c.temp), !c.temp.empty());
+    EXPECT_EQ(log.Has(L"Successfully deleted file directly: " + file), temp.empty());
+    EXPECT_EQ(log.Has(L"Detected log file, attempting to close any open handles"), pause);
+    EXPECT_EQ(log.Has(L"Temp file already exists, deleting: " + fallback), clearsTaken);
+    EXPECT_EQ(log.Has(L"Scheduled temp file deletion on reboot: " + temp), !temp.empty());
     // The reboot removes the moved copy, not the emptied place.
-    EXPECT_EQ(IsPendingDeletion(c.temp), !c.temp.empty());
+    EXPECT_EQ(IsPendingDeletion(temp), !temp.empty());
     EXPECT_FALSE(IsPendingDeletion(file));
-    ::SetFileAttributesW(c.temp.c_str(), FILE_ATTRIBUTE_NORMAL);  // taken, but deletable
-  }
-  ::DeleteFileW(manual.c_str());
-  ::DeleteFileW(fallback.c_str());
+    ::SetFileAttributesW(temp.c_str(), FILE_ATTRIBUTE_NORMAL);  // taken, but deletable
+  };
+  row(L"plain.txt", false, L"", false);
+  row(L"logs\\" + base, false, manual, false);
+  row(L"a.logs\\" + base, true, fallback, false);
+  row(L"c\\" + base, false, fallback, true);
+  for (const std::wstring& name : {manual, fallback}) ::DeleteFileW(name.c_str());
 }
 
-// The file is read-only, so its direct deletion is refused (5) for real.
-// Only a move refused as in use (32) or denied (5) is retried, 200 + 400 +
-// 600 + 800 ms, a longer or an extra pause failing the row; any other goes
-// straight to the reboot, which registers the original. Then each fallback
-// refused in turn: the reboot requests, the temporary folder, a temporary
-// name taken by a file that will not go.
+// A read-only file, refused its direct deletion (5) for real. Only a move
+// refused as in use (32) or denied (5) is retried, 200 + 400 + 600 + 800 ms;
+// any other goes straight to the reboot, which registers the original.
 TEST(DeleteFileWithFallback, EveryFallbackThatFailsSaysSo) {
   TempDir dir;
   const std::wstring base = L"f_" + std::to_wstring(::GetCurrentProcessId()) + L".txt", file = dir.Child(base);

@@ -11,53 +11,40 @@
 namespace oru::test {
 namespace {
 
-// "name\" is a folder, "name@" a link, anything else a file.
-std::vector<ListedEntry> Level(std::initializer_list<std::wstring> names) {
-  std::vector<ListedEntry> entries;
-  for (std::wstring name : names) {
-    const bool link = name.ends_with(L"@");
-    const bool directory = name.ends_with(L"\\") || link;
-    if (directory) name.pop_back();
-    entries.push_back({name, directory, link});
-  }
-  return entries;
-}
-
 using Judge = LevelVerdict (*)(const std::vector<ListedEntry>&);
 const Judge kRoot = JudgeInstallationLevel, kInstaller = JudgeInstallerLevel;
 const Judge kVersion = [](const std::vector<ListedEntry>& entries) { return JudgeVersionLevel(L"1.0", entries); };
 
+// A level listed as names: "name\" a folder, "name@" a link, anything else a file.
 TEST(MinimalState, EveryDeviationFailsItsLevelWithItsReason) {
-  const struct {
-    Judge judge;
+  const auto fails = [](Judge judge, std::initializer_list<std::wstring> names, const std::wstring& reason) {
     std::vector<ListedEntry> entries;
-    std::wstring reason;
-  } cases[] = {
-      {kRoot, Level({L"uninstall\\", L"1.0\\", L"stray.txt"}),
-       L"Found file in root directory, terminating check early: stray.txt"},
-      {kRoot, Level({L"Uninstall\\", L"1.0\\"}), L"Uninstall folder not found"},
-      {kRoot, Level({L"uninstall\\"}), L"Expected exactly 2 folders, but found 1 folders"},
-      {kRoot, Level({L"uninstall\\", L"1.0\\", L"2.0\\"}), L"Found more than 2 folders, terminating check early"},
-      {kRoot, Level({L"uninstall@", L"1.0\\"}), L"Found link in root directory, terminating check early: uninstall"},
-      {kRoot, Level({L"uninstall\\", L"1.0@"}), L"Found link in root directory, terminating check early: 1.0"},
-      {kVersion, Level({L"Setup\\"}), L"Found unexpected folder in 1.0: Setup"},
-      {kVersion, Level({L"Installer\\", L"debug.log"}), L"Found more than 1 item in 1.0, terminating check early"},
-      {kVersion, Level({L"debug.log"}), L"Found file in 1.0: debug.log"},
-      {kVersion, Level({}), L"Expected exactly 1 item in 1.0, but found 0 items"},
-      {kVersion, Level({L"Installer@"}), L"Found link in 1.0, terminating check early: Installer"},
-      {kInstaller, Level({}), L"Expected exactly 1 item in Installer folder, but found 0 items"},
-      {kInstaller, Level({L"old_setup.exe"}), L"Found unexpected file in Installer folder: old_setup.exe"},
-      {kInstaller, Level({L"setup.exe\\"}), L"Found unexpected folder in Installer folder: setup.exe"},
-      {kInstaller, Level({L"Setup.exe"}), L"Found unexpected file in Installer folder: Setup.exe"},
-      {kInstaller, Level({L"setup.exe", L"a"}), L"Found more than 1 item in Installer folder, terminating check early"},
+    for (std::wstring name : names) {
+      const bool link = name.ends_with(L"@"), directory = link || name.ends_with(L"\\");
+      if (directory) name.pop_back();
+      entries.push_back({name, directory, link});
+    }
+    const LevelVerdict verdict = judge(entries);
+    EXPECT_FALSE(verdict.met) << WideToUtf8(reason);
+    EXPECT_EQ(verdict.lines.empty() ? L"" : verdict.lines.back(), reason);
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(WideToUtf8(c.reason));
-    const LevelVerdict verdict = c.judge(c.entries);
-    EXPECT_FALSE(verdict.met);
-    ASSERT_FALSE(verdict.lines.empty());
-    EXPECT_EQ(verdict.lines.back(), c.reason);
-  }
+  fails(kRoot, {L"uninstall\\", L"1.0\\", L"stray.txt"},
+        L"Found file in root directory, terminating check early: stray.txt");
+  fails(kRoot, {L"Uninstall\\", L"1.0\\"}, L"Uninstall folder not found");
+  fails(kRoot, {L"uninstall\\"}, L"Expected exactly 2 folders, but found 1 folders");
+  fails(kRoot, {L"uninstall\\", L"1.0\\", L"2.0\\"}, L"Found more than 2 folders, terminating check early");
+  fails(kRoot, {L"uninstall@", L"1.0\\"}, L"Found link in root directory, terminating check early: uninstall");
+  fails(kRoot, {L"uninstall\\", L"1.0@"}, L"Found link in root directory, terminating check early: 1.0");
+  fails(kVersion, {L"Setup\\"}, L"Found unexpected folder in 1.0: Setup");
+  fails(kVersion, {L"Installer\\", L"debug.log"}, L"Found more than 1 item in 1.0, terminating check early");
+  fails(kVersion, {L"debug.log"}, L"Found file in 1.0: debug.log");
+  fails(kVersion, {}, L"Expected exactly 1 item in 1.0, but found 0 items");
+  fails(kVersion, {L"Installer@"}, L"Found link in 1.0, terminating check early: Installer");
+  fails(kInstaller, {}, L"Expected exactly 1 item in Installer folder, but found 0 items");
+  fails(kInstaller, {L"old_setup.exe"}, L"Found unexpected file in Installer folder: old_setup.exe");
+  fails(kInstaller, {L"setup.exe\\"}, L"Found unexpected folder in Installer folder: setup.exe");
+  fails(kInstaller, {L"Setup.exe"}, L"Found unexpected file in Installer folder: Setup.exe");
+  fails(kInstaller, {L"setup.exe", L"a"}, L"Found more than 1 item in Installer folder, terminating check early");
 }
 
 // The clean-up of a minimal installation, in the order its lines are

@@ -26,8 +26,7 @@ TEST(NeedsSelfDeleteUninstall, OnlyUninstallFoldersInAnyCaseUpTo256CharactersQua
   // trailing backslash the listing would accept): only the length differs.
   TempDir dir;
   const std::wstring install = dir.MakeDir(std::wstring(256 - dir.path().size() - 1, L'p'));
-  ASSERT_EQ(install.size(), 256u);
-  ASSERT_TRUE(::CreateDirectoryW((install + L"\\uninstall").c_str(), nullptr));
+  ASSERT_TRUE(install.size() == 256u && ::CreateDirectoryW((install + L"\\uninstall").c_str(), nullptr));
   EXPECT_TRUE(NeedsSelfDeleteUninstall(install));
   EXPECT_FALSE(NeedsSelfDeleteUninstall(install + L"\\"));
   // Nor does one whose listing breaks off before its end (a share gone away).

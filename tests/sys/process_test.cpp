@@ -13,35 +13,19 @@ namespace {
 
 constexpr wchar_t kApp[] = L"oru.stravo.exe";
 
-// Only the exact image name matches: not its upper-case form, a prefix, a
-// suffix, a path or nothing at all. (An instance nobody may open is passed
-// over, not killed: an end-to-end row.)
-TEST(ProcessTest, OnlyTheExactImageNameMatches) {
+// Only the exact image name matches. Every instance is killed, with one wait
+// for them all; a process list that cannot be read, and instances that will
+// not be opened or will not die, are each said, nothing counting as killed.
+TEST(ProcessTest, KillsEveryInstanceOfTheExactNameThenWaitsOnce) {
   TempDir dir;
+  const std::wstring exe = CopyHelperAs(dir.Child(kApp));
+  ChildProcess first = ChildProcess::Sleeper(exe), second = ChildProcess::Sleeper(exe);
   ChildProcess upper = ChildProcess::Sleeper(CopyHelperAs(dir.MakeDir(L"upper") + L"\\ORU.STRAVO.EXE"));
-  ASSERT_TRUE(IsProcessRunning(L"ORU.STRAVO.EXE"));
-  LogCapture log;
-  EXPECT_FALSE(IsProcessRunning(kApp));
-  EXPECT_FALSE(KillProcess(kApp));
-  EXPECT_TRUE(upper.Running());
-  EXPECT_TRUE(log.Has(L"Process not found for killing: oru.stravo.exe"));
-
-  ChildProcess exact = ChildProcess::Sleeper(CopyHelperAs(dir.Child(kApp)));
-  EXPECT_TRUE(IsProcessRunning(kApp));
+  ASSERT_TRUE(IsProcessRunning(L"ORU.STRAVO.EXE") && IsProcessRunning(kApp));
   for (const std::wstring& other :
        {std::wstring(L"oru.stravo"), std::wstring(L"oru.stravo.exe.exe"), dir.Child(kApp), std::wstring()}) {
     EXPECT_FALSE(IsProcessRunning(other)) << WideToUtf8(other);
   }
-}
-
-// Every instance is killed, with one wait for them all. Before that, a
-// process list that cannot be read, and instances that will not be opened or
-// will not die: each said, and nothing counts as killed.
-TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
-  TempDir dir;
-  const std::wstring exe = CopyHelperAs(dir.Child(kApp));
-  ChildProcess first = ChildProcess::Sleeper(exe);
-  ChildProcess second = ChildProcess::Sleeper(exe);
   const std::wstring kill = L"Attempting to kill process: oru.stravo.exe";
   EXPECT_EQ(
       LinesUnder({{L"CreateToolhelp32Snapshot", ERROR_NOT_ENOUGH_MEMORY}},
@@ -61,7 +45,8 @@ TEST(ProcessTest, KillsEveryInstanceThenWaitsOnce) {
   EXPECT_TRUE(KillProcess(kApp));
   const DWORD elapsed = ::GetTickCount() - start;
 
-  EXPECT_FALSE(first.Running() || second.Running());
+  EXPECT_FALSE(first.Running() || second.Running() || IsProcessRunning(kApp));
+  EXPECT_TRUE(upper.Running());
   EXPECT_EQ(log.Count(L"Successfully killed process: oru.stravo.exe"), 2u);
   // One 1000 ms wait for the whole kill, not one per process; the tick
   // count may read a little short of the time slept.

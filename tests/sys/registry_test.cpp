@@ -7,15 +7,12 @@
 namespace oru::test {
 namespace {
 
-// Each test program works under a key of its own, so runs never collide.
-std::wstring TestKey() { return L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId()); }
-
-// Every outcome is one line: each code a write may be answered with, in the
-// texts of the create and of the set table; each failure of a read and of a
-// deletion, made to happen on a key and a value that are there. Writing makes
-// the missing keys on the way; deleting takes the whole tree, once.
+// Every outcome is one line: each code a write may get, in the create and the
+// set table's texts; each failure of a read and of a deletion.
 TEST(RegistryTest, EveryOutcomeIsTheLineOfItsTable) {
-  const std::wstring top = TestKey(), key = top + L"\\inner", path = L"HKEY_CURRENT_USER\\" + key;
+  // A key of this test program's own, so that runs never collide.
+  const std::wstring top = L"SOFTWARE\\OruRegistryTest_" + std::to_wstring(::GetCurrentProcessId()),
+                     key = top + L"\\inner", path = L"HKEY_CURRENT_USER\\" + key;
   const wchar_t data[] = L"C:\\x";
   const DWORD type = REG_SZ, size = 8;  // four characters, no terminator
   const auto row = [](const std::vector<Fault>& faults, const std::function<void()>& call,

@@ -17,10 +17,7 @@ namespace {
 // Any two of the five libraries are enough; a copy refused three times (a
 // file in use) is counted as failed, one refused once is tried again.
 TEST(Staging, AtLeastTwoFilesMustBeStaged) {
-  TempDirectoryManager workspace([](const std::wstring&, std::uint64_t& available) {
-    available = 1ULL << 40;
-    return true;
-  });
+  TempDirectoryManager workspace;
   ASSERT_TRUE(workspace.Initialize(0, false));
   const auto staged = [&](const std::wstring& name) { return workspace.GetTavrinDirectory() + L"\\" + name; };
   // A read-only copy left by an earlier attempt is replaced.

@@ -7,7 +7,6 @@
 
 #include "common/strings.h"
 #include "inject/fault_injector.h"
-#include "support/child_process.h"
 #include "support/directory_link.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -51,112 +50,72 @@ class WorkspaceTest : public ::testing::Test {
   LogCapture log;
 };
 
-// Exactly the threshold keeps the workspace in the system temporary folder;
-// one byte less moves it beside the executable; no temporary folder leads to
-// place 2, and a place 2 whose "tavrin" cannot be made, removed again, to
-// place 3. An earlier run's workspace found there, a read-only file in a
-// read-only folder, is emptied in places 1 and 3 but kept in place 2.
+// Exactly the threshold keeps the workspace in %TEMP%, one byte less moves it
+// beside the executable; no %TEMP% leads to place 2, whose "tavrin" refused
+// leads on to place 3. An earlier run's read-only workspace found there is
+// emptied in places 1 and 3 but kept in place 2.
 TEST_F(WorkspaceTest, ThePlaceFollowsTheFreeSpaceOfTheSystemDrive) {
-  const Fault noTemp{L"GetTempPathW", 0};
-  const struct {
-    std::uint64_t free;
-    unsigned strategy;
-    std::wstring place;
-    std::vector<Fault> faults;
-    std::wstring line;
-  } cases[] = {{kThreshold, 0, Place1(), {}, L"  策略1成功"},
-               {kThreshold - 1, 2, Place3(), {}, kDiskSpaceLow},
-               {kPlenty, 1, Place2(), {noTemp}, kTempPathFailed},
-               {kPlenty,
-                2,
-                Place3(),
-                {noTemp, {L"CreateDirectoryW", 5, 0, Place2() + L"\\tavrin"}},
-                L"[WARNING] " + std::wstring(kTavrinFailed)}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.strategy);
+  const Fault noTemp{L"GetTempPathW", 0}, noTavrin{L"CreateDirectoryW", 5, 0, Place2() + L"\\tavrin"};
+  const auto row = [&](std::uint64_t free, unsigned strategy, const std::wstring& place,
+                       const std::vector<Fault>& faults, const std::wstring& line) {
+    SCOPED_TRACE(strategy);
     RemovePlaces();
-    const std::wstring old = c.place + L"\\old\\locked.dll";
+    const std::wstring old = place + L"\\old\\locked.dll";
     ASSERT_TRUE(WriteFileAt(old));
     ::SetFileAttributesW(old.c_str(), FILE_ATTRIBUTE_READONLY);
-    ::SetFileAttributesW((c.place + L"\\old").c_str(), FILE_ATTRIBUTE_READONLY);
+    ::SetFileAttributesW((place + L"\\old").c_str(), FILE_ATTRIBUTE_READONLY);
     {
-      TempDirectoryManager manager(SystemDriveHas(c.free));
-      EXPECT_TRUE(
-          LinesInOrder(LinesUnder(c.faults, [&] { EXPECT_TRUE(manager.Initialize(kRequired, false)); }), {c.line}));
-      EXPECT_EQ(manager.GetStrategy(), c.strategy);
-      EXPECT_EQ(manager.GetTavrinDirectory(), c.place + L"\\tavrin");
-      EXPECT_TRUE(Exists(c.place + L"\\tavrin"));
-      EXPECT_EQ(Exists(old), c.strategy == 1);
-      EXPECT_EQ(Exists(Place2()), c.strategy == 1);
-      EXPECT_TRUE(c.strategy != 0 || (IsHidden(c.place) && IsHidden(c.place + L"\\tavrin")));
+      TempDirectoryManager manager(SystemDriveHas(free));
+      EXPECT_TRUE(LinesInOrder(LinesUnder(faults, [&] { EXPECT_TRUE(manager.Initialize(kRequired, false)); }), {line}));
+      EXPECT_EQ(manager.GetStrategy(), strategy);
+      EXPECT_EQ(manager.GetTavrinDirectory(), place + L"\\tavrin");
+      EXPECT_TRUE(Exists(place + L"\\tavrin"));
+      EXPECT_EQ(Exists(old), strategy == 1);
+      EXPECT_EQ(Exists(Place2()), strategy == 1);
+      EXPECT_TRUE(strategy != 0 || (IsHidden(place) && IsHidden(place + L"\\tavrin")));
     }
-    EXPECT_TRUE(c.strategy == 1 || !Exists(c.place)) << "destroying the manager removes the workspace";
-  }
+    EXPECT_TRUE(strategy == 1 || !Exists(place)) << "destroying the manager removes the workspace";
+  };
+  row(kThreshold, 0, Place1(), {}, L"  策略1成功");
+  row(kThreshold - 1, 2, Place3(), {}, kDiskSpaceLow);
+  row(kPlenty, 1, Place2(), {noTemp}, kTempPathFailed);
+  row(kPlenty, 2, Place3(), {noTemp, noTavrin}, L"[WARNING] " + std::wstring(kTavrinFailed));
 }
 
-TEST_F(WorkspaceTest, ASecondInitializeChangesNothingAndAWorkspaceInUseIsLeftAtExit) {
-  TempDirectoryManager manager(SystemDriveHas(kPlenty));
-  ASSERT_TRUE(manager.Initialize(kRequired, false));
-  const std::wstring loaded = manager.GetTavrinDirectory() + L"\\tavrin_sdk.dll";
-  ASSERT_TRUE(WriteFileAt(loaded));
-
-  EXPECT_TRUE(manager.Initialize(0, true));
-  EXPECT_EQ(manager.GetTempDirectory(), Place1());
-  EXPECT_TRUE(Exists(loaded));
-  EXPECT_TRUE(log.Has(L"[WARNING] TempDirectoryManager already initialized"));
-
-  auto holder = ChildProcess::HoldFile(loaded);
-  ASSERT_TRUE(holder.Running());
-  manager.Cleanup();
-  EXPECT_TRUE(Exists(loaded));
-  EXPECT_TRUE(log.Has(L"[WARNING] " + (kCleanupFailed + Place1())));
-}
-
+// Other runs' workspaces go, sized, wherever they are; this process's own
+// stay. (One named like another run's but a link is an end-to-end row.)
 TEST_F(WorkspaceTest, TheStaleCleanupRemovesOtherRunsButNeverThisProcesssOwn) {
   const std::wstring otherTemp = TempFolder() + L"\\OruSetup_4000000001";
   const std::wstring otherLocal = LocalAppData() + L"\\OruSetup\\Temp_4000000002";
   ASSERT_TRUE(WriteFileAt(otherTemp + L"\\tavrin\\tavrin_sdk.dll", std::string(2 * 1024 * 1024, 'x')));
-  ASSERT_TRUE(WriteFileAt(otherLocal + L"\\tavrin\\dorvid.dll"));
-  ASSERT_TRUE(WriteFileAt(Place3() + L"\\tavrin\\vantor.dll"));
-  ASSERT_TRUE(WriteFileAt(Place1() + L"\\mine.dll"));
-  ASSERT_TRUE(WriteFileAt(Place2() + L"\\mine.dll"));
-
-  TempDirectoryManager manager;
-  manager.CleanupStaleDirectories();
-
-  EXPECT_FALSE(Exists(otherTemp));
-  EXPECT_FALSE(Exists(otherLocal));
-  EXPECT_FALSE(Exists(Place3()));
-  EXPECT_TRUE(Exists(Place1() + L"\\mine.dll"));
-  EXPECT_TRUE(Exists(Place2() + L"\\mine.dll"));
+  for (const std::wstring& file : {otherLocal + L"\\tavrin\\dorvid.dll", Place3() + L"\\tavrin\\vantor.dll",
+                                   Place1() + L"\\mine.dll", Place2() + L"\\mine.dll"}) {
+    ASSERT_TRUE(WriteFileAt(file));
+  }
+  TempDirectoryManager().CleanupStaleDirectories();
+  EXPECT_FALSE(Exists(otherTemp) || Exists(otherLocal) || Exists(Place3()));
+  EXPECT_TRUE(Exists(Place1() + L"\\mine.dll") && Exists(Place2() + L"\\mine.dll"));
   EXPECT_TRUE(log.Has(L"  清理: OruSetup_4000000001 (2 MB)"));
 }
 
-// A link to the user's documents inside a workspace must leave the documents
-// whole. (One named like another run's workspace is an end-to-end row.)
+// A link to the user's documents inside a workspace is neither sized nor
+// walked. (The walk is the uninstall's, whose rows take a link handed in.)
 TEST(WorkspaceLinks, DeletingOrSizingNeverGoesThroughALink) {
-  TempDir documents;
+  TempDir documents, dir;
   const std::wstring keep = documents.WriteFile(L"keep.txt", std::string(1000, 'k'));
-  TempDir dir;
-  const std::wstring tree = dir.MakeDir(L"workspace");
+  const std::wstring tree = dir.Child(L"workspace"), link = tree + L"\\link";
   dir.WriteFile(L"workspace\\own.dll", std::string(10, 'o'));
-  DirectoryLink inside(tree + L"\\link", documents.path());
+  DirectoryLink inside(link, documents.path());
   if (!inside.Made()) GTEST_SKIP() << "directory links can only be made under Wine here";
   LogCapture log;
-
   TempDirectoryManager manager;
-  EXPECT_EQ(manager.GetDirectorySize(tree), 10u);
-  // A link passed in itself is neither sized nor walked.
-  EXPECT_EQ(manager.GetDirectorySize(tree + L"\\link"), 0u);
-  (void)manager.DeleteDirectoryRecursive(tree + L"\\link");
-  EXPECT_TRUE(Exists(keep));
+  EXPECT_EQ(manager.GetDirectorySize(tree) + manager.GetDirectorySize(link), 10u);
+  // Whether the link itself went is not asserted: Wine's RemoveDirectoryW
+  // acts on its target, and refuses, the target being full.
   (void)manager.DeleteDirectoryRecursive(tree);
-  // Wine's RemoveDirectoryW acts on the link's target rather than on the link
-  // (it refuses, the target being full), so whether the link itself went is
-  // not asserted here; on Windows it goes.
   EXPECT_TRUE(Exists(keep));
   EXPECT_FALSE(Exists(tree + L"\\own.dll"));
-  EXPECT_TRUE(log.Has(workspace_text::kDeleteLinkOnly + tree + L"\\link"));
+  EXPECT_TRUE(log.Has(workspace_text::kDeleteLinkOnly + link));
 }
 
 // An earlier workspace that is a link and will not go - Windows denies the
