@@ -362,8 +362,12 @@ def run_once(prefix, scenario, fault="", path=""):
         broke.append("exit 0 without OruInstallLogPath" + (", nor its end on the debugger channel" if fault else ""))
     elif log_win and not any(line in log for line in LOG_ENDINGS):
         broke.append("the log lacks the run's last lines")
-    with open(record, encoding="utf-8", errors="replace") as f:
-        calls = [line.rstrip("\n").split("\t") for line in f if line.count("\t") >= 2]
+    try:
+        with open(record, encoding="utf-8", errors="replace") as f:
+            calls = [line.rstrip("\n").split("\t") for line in f if line.count("\t") >= 2]
+    except OSError:
+        calls = []
+        broke.append("no record of its calls (the injector did not start)")
     # A call the run did not make this time (a child that timed out only in
     # the recorded run) failed nothing: there is no line to ask for.
     reached = fault and fault.split(":")[0::2] in [call[:2] for call in calls]
@@ -415,7 +419,10 @@ def main(args):
         total, done, lock = sum(len(p) for p in plans.values()), [0], threading.Lock()
 
         def one_run(scenario, function, error, occurrence, path):
-            broke, calls = on_a_prefix(run_once, scenario, fault=f"{function}:{error}:{occurrence}", path=path)
+            try:
+                broke, calls = on_a_prefix(run_once, scenario, fault=f"{function}:{error}:{occurrence}", path=path)
+            except Exception as failure:  # one run the sweep could not make costs that run alone
+                broke, calls = [f"the sweep failed: {failure!r}"], []
             reached = [function, occurrence] in [call[:2] for call in calls]
             with lock:
                 done[0] += 1
