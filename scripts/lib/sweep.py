@@ -283,7 +283,7 @@ def plain(text):
 
 
 def missing_clause(fault, path, log, debugger):
-    """The line the Part names for this failure, when neither the log nor the
+    """The line this failure must leave, when neither the log nor the
     debugger channel holds it."""
     function, error = fault.split(":")[0], int(fault.split(":")[1])
     for name, wanted, holds, line, *unless in CLAUSES:
@@ -298,7 +298,18 @@ def missing_clause(fault, path, log, debugger):
 
 def run_once(prefix, scenario, fault="", path=""):
     """Restores the staged state, runs, checks; returns the list of what
-    broke (empty: all held) and the calls the run made."""
+    broke (empty: all held) and the calls the run made. Wine on a loaded
+    machine has been seen not to start a program at all (status 1, nothing
+    done, not even the injector's record): such a run is made again, twice
+    at most."""
+    for attempt in range(3):
+        broke, calls = attempt_run(prefix, scenario, fault, path)
+        if calls or attempt == 2:
+            return broke, calls
+        print(f"  {scenario}: {fault or 'no fault'}: {'; '.join(broke)}; once more", file=sys.stderr, flush=True)
+
+
+def attempt_run(prefix, scenario, fault, path):
     prefix.restore(scenario in LEFTOVERS_ONLY)
     record = prefix.unix(RECORD)
     remove(record)
@@ -367,7 +378,9 @@ def run_once(prefix, scenario, fault="", path=""):
             calls = [line.rstrip("\n").split("\t") for line in f if line.count("\t") >= 2]
     except OSError:
         calls = []
-        broke.append("no record of its calls (the injector did not start)")
+        first = debugger.strip().splitlines()[:1]
+        broke.append(f"the uninstaller never started (exit code {code}, no record of its calls{': ' if first else ''}"
+                     f"{first[0][:200] if first else ''})")
     # A call the run did not make this time (a child that timed out only in
     # the recorded run) failed nothing: there is no line to ask for.
     reached = fault and fault.split(":")[0::2] in [call[:2] for call in calls]
