@@ -259,12 +259,20 @@ class Prefix:
         windows_app = "C:\\" + os.path.relpath(self.app, os.path.join(self.path, "drive_c")).replace("/", "\\")
         args = [a.format(app=windows_app) for a in args]
         held = self.unix(args[1]) if args[0] == "hold" else None
-        companion = subprocess.Popen(["wine", "C:\\sweep_bin\\" + program, *args], cwd=os.path.join(self.path, "drive_c"),
-                                     env=self.env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        for _ in range(500):
-            if self.holds_open(held) if held else program.encode() in self.cmdline(companion.pid):
-                return companion, ""
-            time.sleep(0.02)
+        # Wine on a loaded machine sometimes does not start a program at all
+        # (status 1 at once): the companion is started again, twice at most.
+        for _ in range(3):
+            companion = subprocess.Popen(["wine", "C:\\sweep_bin\\" + program, *args],
+                                         cwd=os.path.join(self.path, "drive_c"), env=self.env,
+                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            for _ in range(500):
+                if self.holds_open(held) if held else program.encode() in self.cmdline(companion.pid):
+                    return companion, ""
+                if companion.poll() is not None:
+                    break
+                time.sleep(0.02)
+            if companion.poll() is None:
+                break
         return companion, f"{program} {' '.join(args)} was not there within 10 s (exit code {companion.poll()})"
 
     @staticmethod
