@@ -42,11 +42,19 @@ stage_installation() {
 
   ORU_APP_WIN="C:\\users\\$user\\AppData\\Local\\Oru.stravo\\Application"
   ORU_APP_UNIX="$app"
-  local install_reg="${ORU_APP_WIN//\\/\\\\}"
   # Inside the prefix: a host path has no drive there.
   local reg
   reg=$(mktemp --suffix=.reg "$WINEPREFIX/drive_c/stage.XXXXXX")
-  cat >"$reg" <<REG
+  stage_registry_file "$reg"
+  wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
+  rm -f "$reg"
+}
+
+# stage_registry_file FILE: writes the staged registry keys (ORU_APP_WIN set
+# by stage_installation) as a file regedit imports.
+stage_registry_file() {
+  local install_reg="${ORU_APP_WIN//\\/\\\\}"
+  cat >"$1" <<REG
 REGEDIT4
 
 [HKEY_CURRENT_USER\\Software\\Oru.stravo]
@@ -67,8 +75,6 @@ REGEDIT4
 [HKEY_CURRENT_USER\\Software\\Kelvane\\other.product]
 "keep"="this key is not the product's"
 REG
-  wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
-  rm -f "$reg"
 }
 
 # Prints the product's registry keys as they are now.
