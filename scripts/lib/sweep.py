@@ -444,32 +444,49 @@ def main(args):
                 broke, calls = on_a_prefix(run_once, scenario, fault=f"{function}:{error}:{occurrence}", path=path)
             except Exception as failure:  # one run the sweep could not make costs that run alone
                 broke, calls = [f"the sweep failed: {failure!r}"], []
+            # Wine under load has ended a run once in thousands in a way the
+            # same plan never repeats (exit code 127). A run that broke is made
+            # again: broken twice it is a violation; held the second time it is
+            # unsteady, listed with what broke, and fails nothing.
+            unsteady = []
+            if broke:
+                try:
+                    again, calls_again = on_a_prefix(run_once, scenario, fault=f"{function}:{error}:{occurrence}",
+                                                     path=path)
+                except Exception as failure:
+                    again, calls_again = [f"the sweep failed: {failure!r}"], []
+                if not again:
+                    unsteady, broke, calls = broke, [], calls_again
             reached = [function, occurrence] in [call[:2] for call in calls]
             with lock:
                 done[0] += 1
-                if broke:
-                    print(f"  {scenario}: {function} #{occurrence} error {error}: {'; '.join(broke)}", flush=True)
+                if broke or unsteady:
+                    print(f"  {scenario}: {function} #{occurrence} error {error}: {'; '.join(broke or unsteady)}"
+                          f"{'' if broke else ' (held when made again)'}", flush=True)
                 if sys.stderr.isatty() or done[0] % 100 == 0:
                     print(f"  run {done[0]}/{total}, {(time.monotonic() - started) / 60:.1f} min",
                           file=sys.stderr, flush=True)
-            return scenario, f"{function} #{occurrence}", error, broke, reached
+            return scenario, f"{function} #{occurrence}", error, broke, reached, unsteady
 
         results = list(pool.map(lambda plan: one_run(*plan), [(s, *p) for s in scenarios for p in plans[s]]))
     findings += [r[:4] for r in results if r[3]]
     minutes = (time.monotonic() - started) / 60
     # Unreached: runs in which the call to fail was not made at all (a
     # child that timed out only while the calls were recorded).
-    print(f"{'scenario':<32} {'calls failed':>12} {'runs':>6} {'violations':>10} {'unreached':>9}")
+    print(f"{'scenario':<32} {'calls failed':>12} {'runs':>6} {'violations':>10} {'unreached':>9} {'unsteady':>8}")
     for scenario in scenarios:
         violations = sum(1 for r in results if r[0] == scenario and r[3])
         unreached = sum(1 for r in results if r[0] == scenario and not r[4])
+        unsteady = sum(1 for r in results if r[0] == scenario and r[5])
         print(f"{scenario:<32} {len({(f, o) for f, _, o, _ in plans[scenario]}):>12} "
-              f"{len(plans[scenario]):>6} {violations:>10} {unreached:>9}")
+              f"{len(plans[scenario]):>6} {violations:>10} {unreached:>9} {unsteady:>8}")
     load = " ".join(f"{x:.2f}" for x in os.getloadavg())
     print(f"{total} runs in {minutes:.1f} min on {idle.qsize()} Wine prefixes side by side, "
           f"{minutes * 60 * idle.qsize() / max(total, 1):.2f} s a run in each; load average {load}")
     for scenario, call, error, broke in findings:
         print(f"  {scenario}: {call}, error {error}: {'; '.join(broke)}")
+    for scenario, call, error, _, _, first in (r for r in results if r[5]):
+        print(f"  unsteady, {scenario}: {call}, error {error}: {'; '.join(first)}; held when made again")
     return 1 if findings else 0
 
 
