@@ -40,8 +40,6 @@ void SetRecord(const std::wstring& path, const std::wstring& pv) {
 TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   const std::wstring local = LocalAppData(), app = local + L"\\Oru.stravo\\Application", pv = L"1.4.2.7";
   const std::wstring profile = KnownFolder(FOLDERID_Profile);
-  wchar_t windows[MAX_PATH] = {};
-  ::GetWindowsDirectoryW(windows, MAX_PATH);
   std::vector<std::pair<std::wstring, std::wstring>> rows = {
       {L"Oru.stravo\\Application", pv},
       {app + L"\\..\\Application", pv},
@@ -55,7 +53,7 @@ TEST(InstallationRecord, EachRefusalRuleRefusesOnItsOwn) {
   for (const std::wstring& folder :
        {profile, std::filesystem::path(profile).parent_path().wstring(), profile + L"\\AppData", local,
         KnownFolder(FOLDERID_RoamingAppData), TempFolder(), KnownFolder(FOLDERID_Desktop),
-        KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads), std::wstring(windows),
+        KnownFolder(FOLDERID_Documents), KnownFolder(FOLDERID_Downloads), KnownFolder(FOLDERID_Windows),
         KnownFolder(FOLDERID_ProgramFiles), KnownFolder(FOLDERID_ProgramFilesX86),
         KnownFolder(FOLDERID_ProgramFilesCommon)}) {
     rows.push_back({folder, pv});

@@ -27,7 +27,7 @@ TEST(DorvidManager, StartsOnceWithTheProductKeyThenAsksBUntilItAnswers) {
   EXPECT_EQ(inits[0].Block("channel"), "daily");
   EXPECT_EQ(inits[0].Block("json"), R"({"guid":"kqv"})");
   EXPECT_EQ(inits[0].Block("version"), "1.0.0");
-  EXPECT_EQ(inits[0].Arg("flag"), "true");
+  EXPECT_EQ(inits[0].line, "call a1 log_callback=set flag=true");
   EXPECT_TRUE(log.Has(L"[DorvidManager] DorvidSDK LOG: stub a1 called")) << "the library's own log is passed on";
 
   ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"");
@@ -42,7 +42,7 @@ TEST(DorvidManager, StartsOnceWithTheProductKeyThenAsksBUntilItAnswers) {
 
   const auto queries = ReadTrace(trace, "b");
   ASSERT_EQ(queries.size(), 2u) << "the cache answers once filled";
-  EXPECT_EQ(queries[1].Arg("size"), "70");
+  EXPECT_EQ(queries[1].line, "call b size=70");
   EXPECT_EQ(queries[1].Block("app_key"), "0KXN531PLDQ8VRTA");
   EXPECT_TRUE(ReadTrace(trace, "c").empty());
 }
@@ -52,7 +52,7 @@ TEST(DorvidManager, StartsOnceWithTheProductKeyThenAsksBUntilItAnswers) {
 // trace read.
 struct FailureCase {
   const char* what;
-  const wchar_t* stub;  // null: no dorvid.dll
+  bool staged;
   std::vector<Fault> faults;
   int code;
   const wchar_t* directory = nullptr;  // null: the stand-in's folder
@@ -64,8 +64,9 @@ class DorvidInitFailure : public ::testing::TestWithParam<FailureCase> {};
 TEST_P(DorvidInitFailure, GivesItsCodeAndAnEmptyIdentifier) {
   const FailureCase& c = GetParam();
   TempDir dir;
-  if (c.stub != nullptr) StageDorvid(dir.path(), c.stub);
+  const std::wstring trace = c.staged ? StageDorvid(dir.path()) : L"";
   ::SetEnvironmentVariableW(L"ORU_DORVID_D36", L"never-asked");
+  ::SetEnvironmentVariableW(L"ORU_DORVID_A1_FAILS", c.code == kDorvidInitRejected ? L"1" : nullptr);
   auto& manager = DorvidManager::GetInstance();
   const std::wstring directory = c.directory != nullptr ? c.directory : dir.path();
 
@@ -73,7 +74,7 @@ TEST_P(DorvidInitFailure, GivesItsCodeAndAnEmptyIdentifier) {
   EXPECT_EQ(lines.back(), L"初始化 DorvidSDK 失败！返回码: " + std::to_wstring(c.code));
   EXPECT_EQ(manager.GetD36(), L"");
   if (c.code == kDorvidInitRejected) {
-    const auto calls = ReadTrace(dir.Child(L"dorvid_trace.txt"));
+    const auto calls = ReadTrace(trace);
     ASSERT_EQ(calls.size(), 1u) << "a1 only: b is never asked";
     EXPECT_EQ(calls[0].name, "a1");
   }
@@ -81,12 +82,11 @@ TEST_P(DorvidInitFailure, GivesItsCodeAndAnEmptyIdentifier) {
 
 INSTANTIATE_TEST_SUITE_P(
     Codes, DorvidInitFailure,
-    ::testing::Values(FailureCase{"ModulePath", nullptr, {{L"GetModuleFileNameW", ERROR_ACCESS_DENIED}}, 1, L""},
-                      FailureCase{"Missing", nullptr, {}, 3},
-                      FailureCase{
-                          "Unloadable", L"dorvid.dll", {{L"LoadLibraryExW", ERROR_BAD_EXE_FORMAT, 0, L"dorvid"}}, 4},
-                      FailureCase{"NoA1", L"dorvid.dll", {{L"GetProcAddress", ERROR_PROC_NOT_FOUND, 0, L"a1"}}, 5},
-                      FailureCase{"A1Refuses", kDorvidStubA1Fails, {}, 6}),
+    ::testing::Values(FailureCase{"ModulePath", false, {{L"GetModuleFileNameW", ERROR_ACCESS_DENIED}}, 1, L""},
+                      FailureCase{"Missing", false, {}, 3},
+                      FailureCase{"Unloadable", true, {{L"LoadLibraryExW", ERROR_BAD_EXE_FORMAT, 0, L"dorvid"}}, 4},
+                      FailureCase{"NoA1", true, {{L"GetProcAddress", ERROR_PROC_NOT_FOUND, 0, L"a1"}}, 5},
+                      FailureCase{"A1Refuses", true, {}, 6}),
     [](const auto& info) { return std::string(info.param.what); });
 
 // The one code the manager never causes: it always names a folder.
@@ -97,7 +97,7 @@ TEST(DorvidBinding, NoFolderAtAllIsCodeSeven) {
 
 TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmptyOneNothing) {
   TempDir dir;
-  const std::wstring trace = StageDorvid(dir.path(), kDorvidStubAsync);
+  const std::wstring trace = StageDorvid(dir.path());
   const std::wstring eventName = L"oru_dorvid_done_" + std::to_wstring(::GetCurrentProcessId());
   UniqueHandle done(::CreateEventW(nullptr, TRUE, FALSE, eventName.c_str()));
   ASSERT_TRUE(done.valid());
@@ -108,17 +108,10 @@ TEST(DorvidManager, AnAsynchronousResultFromAnotherThreadReportsDorvidEventAnEmp
   ASSERT_EQ(manager.Init(dir.path()), 0);
 
   std::wstring given;
-  DWORD givenOn = 0;
   LogCapture log;
-  manager.GetDorvid36Async([&](const std::wstring& d36) {
-    given = d36;
-    givenOn = ::GetCurrentThreadId();
-  });
+  manager.GetDorvid36Async([&](const std::wstring& d36) { given = d36; });
   ASSERT_EQ(::WaitForSingleObject(done.get(), 10000), WAIT_OBJECT_0);
-
-  EXPECT_EQ(manager.ReceivedD36(), L"d36-later");
-  EXPECT_EQ(given, L"d36-later");
-  EXPECT_NE(givenOn, ::GetCurrentThreadId());
+  EXPECT_EQ(manager.ReceivedD36() + L"|" + given, L"d36-later|d36-later");
   EXPECT_EQ(events.Events(), std::vector<std::string>{"dorvid_event type=dorvid_received"});
   EXPECT_EQ(ReadTrace(trace, "c").size(), 1u);
 

@@ -144,9 +144,7 @@ constinit decltype(&::WriteFile) writeRecord = nullptr;  // taken before any slo
 
 int RowOf(std::wstring_view name) {
   for (size_t i = 0; i < kRowCount; ++i) {
-    if (std::equal(name.begin(), name.end(), kRows[i].name,
-                   kRows[i].name + std::char_traits<char>::length(kRows[i].name)))
-      return static_cast<int>(i);
+    if (std::ranges::equal(name, std::string_view(kRows[i].name))) return static_cast<int>(i);
   }
   return -1;
 }
@@ -249,7 +247,6 @@ void Unpatch() {
   }
 }
 
-// Arms `row` for a fault; false when the program does not import it.
 bool Arm(int row, unsigned long error, unsigned occurrence, std::wstring_view contains) {
   if (row < 0 || kRows[row].fails == Fails::kNever || FindImportSlot(kRows[row].name) == nullptr) return false;
   Slot& slot = slots[row];

@@ -19,11 +19,8 @@ class LogCapture {
 
   // Messages logged since construction, without their timestamps.
   [[nodiscard]] std::vector<std::wstring> Lines() const;
-  // True when some line equals `line` exactly.
   [[nodiscard]] bool Has(std::wstring_view line) const { return Count(line) > 0; }
-  // True when some line contains `fragment`.
   [[nodiscard]] bool HasFragment(std::wstring_view fragment) const;
-  // Number of lines equal to `line`.
   [[nodiscard]] size_t Count(std::wstring_view line) const;
 
  private:

@@ -20,38 +20,28 @@ using Pairs = std::vector<std::string>;
 
 std::string Int32(std::int32_t value) { return std::string(reinterpret_cast<const char*>(&value), 4); }
 
-// A folder with the telemetry stand-in, whose name needs UTF-8 to travel to
-// the library, and a device-identifier source that notes where it was asked.
-class ReporterWithLibraries : public ::testing::Test {
- protected:
-  void SetUp() override {
-    sdk_ = dir_.MakeDir(L"sdk 遥测");
-    trace_ = StageTavrin(sdk_);
-  }
-  struct DeviceIds : DeviceIdProvider {
+// The stand-in in a folder whose name needs UTF-8 to travel to the library.
+// Events wait for Init, then follow the configuration record and the common
+// parameters; later ones go at once, cut to their records, until the one
+// shutdown, after which they wait again.
+TEST(EventReporter, SendsTheQueueAfterTheConfigurationThenEachEventCutToItsRecordUntilShutdown) {
+  auto& reporter = EventReporter::GetInstance();
+  TempDir dir;
+  const std::wstring sdk = dir.MakeDir(L"sdk 遥测"), trace = StageTavrin(sdk);
+  const std::wstring keep = dir.WriteFile(L"sdk 遥测\\tavrin\\keep.txt");
+  struct : DeviceIdProvider {
     std::wstring askedIn;
     std::wstring DeviceId(const std::wstring& sdkDirectory) override {
       askedIn = sdkDirectory;
       return L"d36-of-source";
     }
-  };
-  [[nodiscard]] std::vector<TraceCall> Trace() const { return ReadTrace(trace_); }
-
-  TempDir dir_;
-  std::wstring sdk_;
-  std::wstring trace_;
-  DeviceIds device_ids_;
-  EventReporter& reporter_ = EventReporter::GetInstance();
-};
-
-TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParametersThenTheQueue) {
-  const std::wstring keep = dir_.WriteFile(L"sdk 遥测\\tavrin\\keep.txt");
+  } deviceIds;
   LogCapture log;
-  reporter_.Report("uninstall_started", {{"force_kill", "false"}, {"silent_oru", "true"}});
-  reporter_.Report("bare", {});
-  EXPECT_TRUE(Trace().empty());
-  ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
-  EXPECT_TRUE(reporter_.PendingEvents().empty());
+  reporter.Report("uninstall_started", {{"force_kill", "false"}, {"silent_oru", "true"}});
+  reporter.Report("bare", {});
+  EXPECT_TRUE(ReadTrace(trace).empty());
+  ASSERT_TRUE(reporter.Init(sdk, &deviceIds));
+  EXPECT_TRUE(reporter.PendingEvents().empty());
   EXPECT_TRUE(Exists(keep)) << "an existing data folder is used as it is";
   EXPECT_TRUE(LinesInOrder(log.Lines(), {L"[延迟上报 | +0ms] uninstall_started (待 Tavrin 初始化后发送)",
                                          L"[延迟上报 | +0ms] bare (待 Tavrin 初始化后发送)", L"初始化成功!",
@@ -59,69 +49,59 @@ TEST_F(ReporterWithLibraries, InitSendsTheConfigurationRecordTheCommonParameters
                                          L"  [上报 1/2 | +0ms] uninstall_started", L"  [上报 2/2 | +0ms] bare"}));
   EXPECT_TRUE(log.HasFragment(L"[批量上报完成 | +0ms] 已发送 2/2 个事件 | 批量耗时: "));
 
-  const auto calls = Trace();
+  const auto calls = ReadTrace(trace);
   ASSERT_EQ(calls.size(), 5u);
   std::string config(1168, '\0');
-  const auto put = [&](size_t offset, const std::string& bytes) { config.replace(offset, bytes.size(), bytes); };
-  put(0, "0KXN531PLDQ8VRTA");
-  put(256, Int32(1));
-  put(260, ToDecimal(GetOsVersionPart(0)));
-  put(388, GetOwnProductVersion());
-  put(516, "1.0");
-  put(644, Int32(0));
-  put(648, WideToUtf8(sdk_ + L"\\tavrin"));
-  put(1160, Int32(1));
-  put(1164, Int32(1000));
+  for (const auto& [offset, bytes] : std::vector<std::pair<size_t, std::string>>{{0, "0KXN531PLDQ8VRTA"},
+                                                                                 {256, Int32(1)},
+                                                                                 {260, ToDecimal(GetOsVersionPart(0))},
+                                                                                 {388, GetOwnProductVersion()},
+                                                                                 {516, "1.0"},
+                                                                                 {644, Int32(0)},
+                                                                                 {648, WideToUtf8(sdk + L"\\tavrin")},
+                                                                                 {1160, Int32(1)},
+                                                                                 {1164, Int32(1000)}}) {
+    config.replace(offset, bytes.size(), bytes);
+  }
   EXPECT_EQ(calls[0].name, "TV_InitSDK");
   EXPECT_EQ(calls[0].Block("config"), config);
   EXPECT_EQ(calls[1].name, "TV_SetCommonParams");
-  EXPECT_EQ(device_ids_.askedIn, sdk_);
+  EXPECT_EQ(deviceIds.askedIn, sdk);
   EXPECT_EQ(calls[1].Pairs(),
             (Pairs{"d36=d36-of-source", "hardware_os=" + ToDecimal(GetOsVersionPart(0)), "is_setup=true",
                    "launch_channel=default", "platform=win", "version=" + GetOwnProductVersion()}));
   EXPECT_EQ(calls[2].name, "TV_GetTavrinDeviceId");
   // Queued events carry no "install_mode"; an empty map is the action alone.
+  EXPECT_EQ(calls[3].line, "call TV_Report count=3 reserved=0");
   EXPECT_EQ(calls[3].Pairs(), (Pairs{"action=uninstall_started", "force_kill=false", "silent_oru=true"}));
+  EXPECT_EQ(calls[4].line, "call TV_Report count=1 reserved=0");
   EXPECT_EQ(calls[4].Pairs(), (Pairs{"action=bare"}));
-  for (const TraceCall& report : {calls[3], calls[4]}) {
-    EXPECT_EQ(report.Block("code"), "ORU_STRAVO_KEY_EVENT");
-    EXPECT_EQ(report.Arg("reserved"), "0");
-  }
-  reporter_.Uninit();
-}
 
-TEST_F(ReporterWithLibraries, DirectEventsAreCutToTheRecordAndShutdownHappensOnce) {
-  ASSERT_TRUE(reporter_.Init(sdk_, &device_ids_));
-  LogCapture log;
-  reporter_.Report("plain", {{"result", "pass"}});
+  reporter.Report("plain", {{"result", "pass"}});
   EXPECT_TRUE(log.Has(L"[上报开始 | +0ms] plain"));
-  reporter_.Report("own_mode", {{"install_mode", "silent"}});
-  std::string key(300, 'k');
+  reporter.Report("own_mode", {{"install_mode", "silent"}});
+  std::string key(300, 'k'), value(5000, 'v');
   key[254] = 'K';  // the last byte that fits
-  std::string value(5000, '\0');
-  for (size_t i = 0; i < value.size(); ++i) value[i] = static_cast<char>('a' + i % 26);
-  reporter_.Report("long", {{key, value}});
-  reporter_.Uninit();
-  reporter_.Uninit();
-  reporter_.Report("after_shutdown", {});
+  value[4094] = 'V';
+  reporter.Report("long", {{key, value}});
+  reporter.Uninit();
+  reporter.Uninit();
+  reporter.Report("after_shutdown", {});
 
-  const auto reports = ReadTrace(trace_, "TV_Report");
-  ASSERT_EQ(reports.size(), 3u);
-  EXPECT_EQ(reports[0].Pairs(), (Pairs{"action=plain", "install_mode=unknown", "result=pass"}));
-  EXPECT_EQ(reports[1].Pairs(), (Pairs{"action=own_mode", "install_mode=silent"}));
-  const auto records = reports[2].Records();
+  const auto reports = ReadTrace(trace, "TV_Report");
+  ASSERT_EQ(reports.size(), 5u);
+  for (const TraceCall& report : reports) EXPECT_EQ(report.Block("code"), "ORU_STRAVO_KEY_EVENT");
+  EXPECT_EQ(reports[2].Pairs(), (Pairs{"action=plain", "install_mode=unknown", "result=pass"}));
+  EXPECT_EQ(reports[3].Pairs(), (Pairs{"action=own_mode", "install_mode=silent"}));
+  const auto records = reports[4].Records();
   ASSERT_EQ(records.size(), 3u);  // action, install_mode, the long one
-  std::string action(4352, '\0');
-  action.replace(0, 6, "action").replace(256, 4, "long");
-  EXPECT_EQ(records[0], action);
   std::string cut(4352, '\0');
   cut.replace(0, 255, key.substr(0, 255)).replace(256, 4095, value.substr(0, 4095));
   EXPECT_EQ(records[2], cut);
-
-  EXPECT_EQ(ReadTrace(trace_, "TV_UninitSDK").size(), 1u);
-  EXPECT_EQ(Trace().back().name, "TV_UninitSDK");
-  ASSERT_EQ(reporter_.PendingEvents().size(), 1u);
-  EXPECT_EQ(reporter_.PendingEvents()[0].name, "after_shutdown");
+  EXPECT_EQ(ReadTrace(trace, "TV_UninitSDK").size(), 1u);
+  EXPECT_EQ(ReadTrace(trace).back().name, "TV_UninitSDK");
+  ASSERT_EQ(reporter.PendingEvents().size(), 1u);
+  EXPECT_EQ(reporter.PendingEvents()[0].name, "after_shutdown");
 }
 
 // A library that will not load, one without TV_GetTavrinDeviceId, a data

@@ -1,10 +1,10 @@
 // Stand-in for the closed device-identifier library: exports a1, b and c with
 // the same arguments, each call written to the trace named by
 // ORU_DORVID_TRACE. b and c answer with the identifier in ORU_DORVID_D36 (b
-// fails while it is unset), c at once on the caller's thread. Variants:
-//   DORVID_STUB_A1_FAILS  a1 refuses to start;
-//   DORVID_STUB_ASYNC     c answers from a thread of its own with the identifier in
-//                         ORU_DORVID_ASYNC_D36, then signals ORU_DORVID_DONE_EVENT.
+// fails while it is unset), c at once on the caller's thread, or, while
+// ORU_DORVID_ASYNC_D36 is set, with that from a thread of its own, then
+// signals ORU_DORVID_DONE_EVENT. a1 refuses to start while
+// ORU_DORVID_A1_FAILS is set.
 
 #include <windows.h>
 
@@ -39,13 +39,9 @@ void FillResult(unsigned char* result, const std::string& d36) {
 void Answer(ResultCallback callback, const std::string& d36) {
   unsigned char result[kResultSize];
   FillResult(result, d36);
-  Trace().Line("callback");
   callback(result);
-  Trace().Line("callback-returned");
-#ifdef DORVID_STUB_ASYNC
   const oru::UniqueHandle done(::OpenEventA(EVENT_MODIFY_STATE, FALSE, Environment(L"ORU_DORVID_DONE_EVENT").c_str()));
   if (done) ::SetEvent(done.get());
-#endif
 }
 
 }  // namespace
@@ -62,11 +58,7 @@ __declspec(dllexport) std::int32_t
   trace.Text("json", json);
   trace.Text("version", version);
   if (log != nullptr) log("stub a1 called");
-#ifdef DORVID_STUB_A1_FAILS
-  return 2;
-#else
-  return 0;
-#endif
+  return Environment(L"ORU_DORVID_A1_FAILS").empty() ? 0 : 2;
 }
 
 __declspec(dllexport) std::int32_t b(const char* appKey, void* buffer, std::int32_t size) {
@@ -84,11 +76,11 @@ __declspec(dllexport) std::int32_t c(const char* appKey, ResultCallback callback
   trace.Line(std::string("call c callback=") + (callback != nullptr ? "set" : "null"));
   trace.Text("app_key", appKey);
   if (callback == nullptr) return 1;
-#ifdef DORVID_STUB_ASYNC
-  std::thread(Answer, callback, Environment(L"ORU_DORVID_ASYNC_D36")).detach();
-#else
-  Answer(callback, Environment(L"ORU_DORVID_D36"));
-#endif
+  if (const std::string later = Environment(L"ORU_DORVID_ASYNC_D36"); !later.empty()) {
+    std::thread(Answer, callback, later).detach();
+  } else {
+    Answer(callback, Environment(L"ORU_DORVID_D36"));
+  }
   return 0;
 }
 

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "trace/trace_writer.h"
@@ -24,7 +25,8 @@ constexpr std::size_t kConfigSize = 1168;
 TraceWriter Trace() { return TraceWriter::FromEnvironment(L"ORU_TAVRIN_TRACE"); }
 
 std::string Field(const unsigned char* base, std::size_t offset, std::size_t size) {
-  return "\"" + TraceWriter::Escape(TraceWriter::FieldText(reinterpret_cast<const char*>(base + offset), size)) + "\"";
+  const auto* field = reinterpret_cast<const char*>(base + offset);
+  return "\"" + TraceWriter::Escape({field, ::strnlen(field, size)}) + "\"";
 }
 
 void TraceRecords(TraceWriter& trace, const void* records, std::uint32_t count) {

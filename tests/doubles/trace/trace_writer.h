@@ -54,13 +54,6 @@ class TraceWriter {
     return out;
   }
 
-  // The text of a NUL-terminated field of at most `size` bytes.
-  static std::string_view FieldText(const char* field, std::size_t size) {
-    std::size_t length = 0;
-    while (length < size && field[length] != '\0') ++length;
-    return {field, length};
-  }
-
   void Line(std::string_view text) { Write(std::string(text) + "\n"); }
   void Bytes(std::string_view label, const void* data, std::size_t size) {
     Line("bytes " + std::string(label) + " " + Hex(data, size));
